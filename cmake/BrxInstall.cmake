@@ -1,0 +1,22 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS BrxDisplayQt BrxDemosaicing EXPORT BrxDisplayQtTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/brx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/BrxDisplayQt)
+install(EXPORT BrxDisplayQtTargets NAMESPACE BrxDisplayQt:: DESTINATION ${config_dir})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/BrxDisplayQtConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/BrxDisplayQtConfig.cmake INSTALL_DESTINATION ${config_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/BrxDisplayQtConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/BrxDisplayQtConfig.cmake
+    ${PROJECT_BINARY_DIR}/BrxDisplayQtConfigVersion.cmake DESTINATION ${config_dir})
+
+# The .pc file finds its prefix from its own place, so that the package can be moved.
+file(RELATIVE_PATH pc_to_prefix /root/${CMAKE_INSTALL_LIBDIR}/pkgconfig /root)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/brxdisplayqt.pc.in
+    ${PROJECT_BINARY_DIR}/brxdisplayqt.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/brxdisplayqt.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,1 @@
+// The library is assembled from the subsystem archives; this unit only anchors the target.

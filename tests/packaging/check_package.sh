@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# usage: check_package.sh BUILD_DIR CONSUMER_SOURCE WORK_DIR
+set -euo pipefail
+build=$1 consumer=$2 work=$3
+rm -rf "$work"
+mkdir -p "$work"
+prefix=$work/prefix
+
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+# The SONAMEs are part of the binary interface.
+libdir=$(dirname "$(find "$prefix" -name 'libBrxDisplayQt.so' | head -1)")
+readelf -d "$libdir/libBrxDisplayQt.so" | grep -q 'SONAME.*\[libBrxDisplayQt\.so\.3\]'
+readelf -d "$libdir/libBrxDemosaicing.so" | grep -q 'SONAME.*\[libBrxDemosaicing\.so\.3\]'
+
+# find_package(BrxDisplayQt)
+cmake -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/cmake" >/dev/null
+LD_LIBRARY_PATH=$libdir "$work/cmake/consumer"
+
+# pkg-config
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+c++ -std=c++17 -fPIC "$consumer/consumer.cpp" -o "$work/consumer-pc" \
+    $(pkg-config --cflags --libs brxdisplayqt)
+LD_LIBRARY_PATH=$libdir "$work/consumer-pc"
+echo "package check passed"
