@@ -1,0 +1,345 @@
+#include "image/BrxImageUnpack.h"
+
+#include <log4cpp/Category.hh>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+// The hot loops read eight bytes at a time and take a whole group of pixels out of them. A group
+// whose eight-byte read would pass the end of the source goes through a zero-padded copy
+// instead, so no loop ever reads outside the source, whatever its declared size.
+
+namespace {
+
+log4cpp::Category& logger() {
+    return log4cpp::Category::getInstance("BrxDisplayQt");
+}
+
+inline uint64_t load64(const uint8_t* p) {
+    uint64_t v;
+    std::memcpy(&v, p, sizeof(v));
+    return v; // little-endian hosts only, as the packed formats are
+}
+
+// Up to eight bytes from `p`, never past `end`, zero-padded.
+inline uint64_t loadTail(const uint8_t* p, const uint8_t* end) {
+    uint8_t tmp[8] = {0};
+    if (p < end)
+        std::memcpy(tmp, p, std::min<size_t>(8, static_cast<size_t>(end - p)));
+    return load64(tmp);
+}
+
+bool basicChecks(BrxImage const* source, BrxImage* target) {
+    return source && target && source->imageData &&
+           static_cast<uint64_t>(source->width) * source->height != 0;
+}
+
+inline bool byteOutput(BrxImage const* target) {
+    return target->packing == 0x100;
+}
+
+uint64_t stride16For(uint64_t width, unsigned bits) {
+    return ((width * bits + 31) >> 3) & ~3ull;
+}
+
+// Makes sure the target holds `needed` bytes by the rule of the packed formats (a new block when
+// it has none or its declared size differs) and that the rows about to be written, `extent`
+// bytes from the start, fit in it. Returns the first byte, or null.
+uint8_t* prepareTarget(BrxImage* target, uint64_t needed, uint64_t extent) {
+    if (!target->imageData || target->imageSize != needed) {
+        uint64_t bytes = std::max(needed, extent);
+        if (bytes > SIZE_MAX)
+            return nullptr;
+        void* block = std::malloc(static_cast<size_t>(std::max<uint64_t>(bytes, 1)));
+        if (!block) {
+            logger().error("BrxImageUnpack: out of memory for %llu bytes",
+                           static_cast<unsigned long long>(bytes));
+            return nullptr;
+        }
+        if (target->allocatedData)
+            std::free(target->allocatedData);
+        target->imageData = block;
+        target->allocatedData = block;
+        return static_cast<uint8_t*>(block);
+    }
+    if (extent > target->imageSize) {
+        logger().error("BrxImageUnpack: target rows (stride %u) exceed its %u bytes",
+                       target->stride, target->imageSize);
+        return nullptr;
+    }
+    return static_cast<uint8_t*>(target->imageData);
+}
+
+// Bytes from the first to the last written byte for rows `rowStep` apart, each `rowBytes` long.
+uint64_t extentOf(uint64_t height, int64_t rowStep, uint64_t rowBytes, bool& ok) {
+    ok = rowStep >= 0;
+    return ok ? (height - 1) * static_cast<uint64_t>(rowStep) + rowBytes : 0;
+}
+
+bool sourceTooSmall(BrxImage const* source, uint64_t needed, const char* what) {
+    if (source->imageSize >= needed)
+        return false;
+    logger().error("BrxImageUnpack: %s source of %ux%u holds %u bytes, needs %llu", what,
+                   source->width, source->height, source->imageSize,
+                   static_cast<unsigned long long>(needed));
+    return true;
+}
+
+// --- Mono10p: 5 bytes, 4 pixels, least significant bits first -------------------------------
+
+inline void put10p(uint64_t v, uint16_t* out) {
+    out[0] = static_cast<uint16_t>(v & 0x3FF);
+    out[1] = static_cast<uint16_t>((v >> 10) & 0x3FF);
+    out[2] = static_cast<uint16_t>((v >> 20) & 0x3FF);
+    out[3] = static_cast<uint16_t>((v >> 30) & 0x3FF);
+}
+
+inline void put10p(uint64_t v, uint8_t* out) {
+    out[0] = static_cast<uint8_t>((v >> 2) & 0xFF);
+    out[1] = static_cast<uint8_t>((v >> 12) & 0xFF);
+    out[2] = static_cast<uint8_t>((v >> 22) & 0xFF);
+    out[3] = static_cast<uint8_t>((v >> 32) & 0xFF);
+}
+
+template <typename T> void row10p(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
+    uint64_t groups = width / 4;
+    uint64_t fast = 0;
+    if (end - src >= 8)
+        fast = std::min(groups, static_cast<uint64_t>((end - src - 8) / 5 + 1));
+    for (uint64_t g = 0; g < fast; ++g)
+        put10p(load64(src + 5 * g), out + 4 * g);
+    for (uint64_t g = fast; g < groups; ++g)
+        put10p(loadTail(src + 5 * g, end), out + 4 * g);
+    if (uint64_t rest = width % 4) {
+        T last[4];
+        put10p(loadTail(src + 5 * groups, end), last);
+        std::copy(last, last + rest, out + 4 * groups);
+    }
+}
+
+// --- Mono12p: 3 bytes, 2 pixels, least significant bits first -------------------------------
+
+inline void put12p(uint64_t v, uint16_t* out) {
+    out[0] = static_cast<uint16_t>(v & 0xFFF);
+    out[1] = static_cast<uint16_t>((v >> 12) & 0xFFF);
+    out[2] = static_cast<uint16_t>((v >> 24) & 0xFFF);
+    out[3] = static_cast<uint16_t>((v >> 36) & 0xFFF);
+}
+
+inline void put12p(uint64_t v, uint8_t* out) {
+    out[0] = static_cast<uint8_t>((v >> 4) & 0xFF);
+    out[1] = static_cast<uint8_t>((v >> 16) & 0xFF);
+    out[2] = static_cast<uint8_t>((v >> 28) & 0xFF);
+    out[3] = static_cast<uint8_t>((v >> 40) & 0xFF);
+}
+
+// `count` pixels of the stream starting at pixel `first` (so an odd `first` starts in the middle
+// of a group).
+template <typename T>
+void run12p(const uint8_t* base, const uint8_t* end, uint64_t first, uint64_t count, T* out) {
+    const uint8_t* src = base + (first / 2) * 3;
+    if ((first & 1) && count) {
+        T pair[4];
+        put12p(loadTail(src, end), pair);
+        *out++ = pair[1];
+        src += 3;
+        --count;
+    }
+    uint64_t quads = count / 4; // two groups, six bytes each step
+    uint64_t fast = 0;
+    if (end - src >= 8)
+        fast = std::min(quads, static_cast<uint64_t>((end - src - 8) / 6 + 1));
+    for (uint64_t q = 0; q < fast; ++q)
+        put12p(load64(src + 6 * q), out + 4 * q);
+    for (uint64_t q = fast; q < quads; ++q)
+        put12p(loadTail(src + 6 * q, end), out + 4 * q);
+    if (uint64_t rest = count % 4) {
+        T last[4];
+        put12p(loadTail(src + 6 * quads, end), last);
+        std::copy(last, last + rest, out + 4 * quads);
+    }
+}
+
+// --- GigE Vision Packed: 3 bytes, 2 pixels, high bits in whole bytes --------------------------
+
+template <int Bits> inline void putG(uint64_t v, uint16_t* out) {
+    // Two groups: b0 b1 b2 b3 b4 b5.
+    constexpr int lowMask = Bits == 10 ? 0x03 : 0x0F;
+    constexpr int hiShift = 4;
+    uint32_t b0 = v & 0xFF, b1 = (v >> 8) & 0xFF, b2 = (v >> 16) & 0xFF;
+    uint32_t b3 = (v >> 24) & 0xFF, b4 = (v >> 32) & 0xFF, b5 = (v >> 40) & 0xFF;
+    constexpr int up = Bits - 8;
+    out[0] = static_cast<uint16_t>(b0 << up | (b1 & lowMask));
+    out[1] = static_cast<uint16_t>(b2 << up | ((b1 >> hiShift) & lowMask));
+    out[2] = static_cast<uint16_t>(b3 << up | (b4 & lowMask));
+    out[3] = static_cast<uint16_t>(b5 << up | ((b4 >> hiShift) & lowMask));
+}
+
+template <int Bits> inline void putG(uint64_t v, uint8_t* out) {
+    out[0] = static_cast<uint8_t>(v);
+    out[1] = static_cast<uint8_t>(v >> 16);
+    out[2] = static_cast<uint8_t>(v >> 24);
+    out[3] = static_cast<uint8_t>(v >> 40);
+}
+
+template <int Bits, typename T>
+void rowG(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
+    uint64_t quads = width / 4;
+    uint64_t fast = 0;
+    if (end - src >= 8)
+        fast = std::min(quads, static_cast<uint64_t>((end - src - 8) / 6 + 1));
+    for (uint64_t q = 0; q < fast; ++q)
+        putG<Bits>(load64(src + 6 * q), out + 4 * q);
+    for (uint64_t q = fast; q < quads; ++q)
+        putG<Bits>(loadTail(src + 6 * q, end), out + 4 * q);
+    if (uint64_t rest = width % 4) {
+        T last[4];
+        putG<Bits>(loadTail(src + 6 * quads, end), last);
+        std::copy(last, last + rest, out + 4 * quads);
+    }
+}
+
+template <int Bits> int unpackG(BrxImage const* source, BrxImage* target) {
+    if (!basicChecks(source, target))
+        return 0;
+    const uint64_t width = source->width, height = source->height;
+    const uint64_t rowBytes = (width * 3 + 1) >> 1;
+    if (sourceTooSmall(source, height * rowBytes, Bits == 10 ? "Mono10Packed" : "Mono12Packed"))
+        return 0;
+    const bool bytes = byteOutput(target);
+    const uint64_t stride16 = stride16For(width, 16);
+    const uint64_t needed = bytes ? height * stride16 / 2 : height * stride16;
+    const int64_t rowStep =
+        bytes ? int64_t(int32_t(target->stride)) : int64_t(int32_t(target->stride) / 2) * 2;
+    bool ok = false;
+    uint64_t extent = extentOf(height, rowStep, width * (bytes ? 1 : 2), ok);
+    uint8_t* out = ok ? prepareTarget(target, needed, extent) : nullptr;
+    if (!out)
+        return 0;
+    const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
+    const uint8_t* end = src + source->imageSize;
+    for (uint64_t row = 0; row < height; ++row) {
+        uint8_t* dst = out + row * rowStep;
+        if (bytes)
+            rowG<Bits>(src + row * rowBytes, end, width, dst);
+        else
+            rowG<Bits>(src + row * rowBytes, end, width, reinterpret_cast<uint16_t*>(dst));
+    }
+    return 1;
+}
+
+} // namespace
+
+int BrxImageUnpack::Unpack(BrxImage const* source, BrxImage* target) {
+    if (!basicChecks(source, target))
+        return 0;
+    switch (source->pixelType & 0xFF00) {
+    case 0x1200:
+        return UnpackGEV(source, target, "Mono10g");
+    case 0x1300:
+        return UnpackGEV(source, target, "Mono12g");
+    case 0x2200:
+        return UnpackU3V(source, target, "Mono10p");
+    case 0x2300:
+        return UnpackU3V(source, target, "Mono12p");
+    default:
+        return 0;
+    }
+}
+
+int BrxImageUnpack::UnpackU3V(BrxImage const* source, BrxImage* target, char const* format) {
+    if (!basicChecks(source, target) || !format)
+        return 0;
+    if (strcasecmp(format, "Mono10p") == 0)
+        return Unpack_10p(source, target);
+    if (strcasecmp(format, "Mono12p") == 0)
+        return Unpack_12p(source, target);
+    return 0;
+}
+
+int BrxImageUnpack::UnpackGEV(BrxImage const* source, BrxImage* target, char const* format) {
+    if (!basicChecks(source, target) || !format)
+        return 0;
+    if (strcasecmp(format, "Mono10g") == 0)
+        return Unpack_10g(source, target);
+    if (strcasecmp(format, "Mono12g") == 0)
+        return Unpack_12g(source, target);
+    return 0;
+}
+
+int BrxImageUnpack::Unpack_10p(BrxImage const* source, BrxImage* target) {
+    if (!basicChecks(source, target))
+        return 0;
+    const uint64_t width = source->width, height = source->height;
+    const uint64_t rowBytes = width * 5 / 4;
+    if (sourceTooSmall(source, height * rowBytes, "Mono10p"))
+        return 0;
+    const bool bytes = byteOutput(target);
+    const uint64_t stride16 = stride16For(width, source->bitsPerPixel == 8 ? 8 : 16);
+    const uint64_t rowStep = bytes ? stride16 / 2 : stride16;
+    const uint64_t needed = height * rowStep;
+    bool ok = false;
+    uint64_t extent = extentOf(height, int64_t(rowStep), width * (bytes ? 1 : 2), ok);
+    uint8_t* out = prepareTarget(target, needed, extent);
+    if (!out)
+        return 0;
+    const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
+    const uint8_t* end = src + source->imageSize;
+    for (uint64_t row = 0; row < height; ++row) {
+        uint8_t* dst = out + row * rowStep;
+        if (bytes)
+            row10p(src + row * rowBytes, end, width, dst);
+        else
+            row10p(src + row * rowBytes, end, width, reinterpret_cast<uint16_t*>(dst));
+    }
+    return 1;
+}
+
+int BrxImageUnpack::Unpack_12p(BrxImage const* source, BrxImage* target) {
+    if (!basicChecks(source, target) || source->imageSize == 0)
+        return 0;
+    const uint64_t width = source->width, height = source->height;
+    const bool bytes = byteOutput(target);
+    const uint64_t stride16 = stride16For(width, source->bitsPerPixel == 8 ? 8 : 16);
+    const uint64_t needed = bytes ? height * stride16 / 2 : height * stride16;
+    // Rows of a width that is a multiple of four lie in whole groups and are placed by the
+    // packed row length; any other width makes the source one stream of pixels, cut into rows
+    // by the target's own stride.
+    const bool stream = width % 4 != 0;
+    int64_t rowStep = 0;
+    if (!stream)
+        rowStep = int64_t(bytes ? stride16 / 2 : stride16);
+    else
+        rowStep =
+            bytes ? int64_t(int32_t(target->stride)) : int64_t(int32_t(target->stride) / 2) * 2;
+    if (sourceTooSmall(source, (width * height * 3 + 1) / 2, "Mono12p"))
+        return 0;
+    if (stream && source->imageSize < 3)
+        return 0;
+    bool ok = false;
+    uint64_t extent = extentOf(height, rowStep, width * (bytes ? 1 : 2), ok);
+    uint8_t* out = ok ? prepareTarget(target, needed, extent) : nullptr;
+    if (!out)
+        return 0;
+    const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
+    const uint8_t* end = src + source->imageSize;
+    for (uint64_t row = 0; row < height; ++row) {
+        uint8_t* dst = out + row * rowStep;
+        if (bytes)
+            run12p(src, end, row * width, width, dst);
+        else
+            run12p(src, end, row * width, width, reinterpret_cast<uint16_t*>(dst));
+    }
+    return 1;
+}
+
+int Unpack_10g(BrxImage const* source, BrxImage* target) {
+    return unpackG<10>(source, target);
+}
+
+int Unpack_12g(BrxImage const* source, BrxImage* target) {
+    return unpackG<12>(source, target);
+}

@@ -1,0 +1,148 @@
+#pragma once
+
+// Records, user data and whole-buffer transforms of BrxImage. Data functions return non-zero on
+// success and 0 for a null image, a zero width or height, missing pixels or mismatched images.
+
+#include <brx/BrxImage.h>
+
+#include <cstddef>
+#include <cstring>
+
+namespace QTD {
+class LookupTable;
+}
+
+namespace QTDImageHelpers {
+
+// Records. A record allocated here comes from malloc; imageDelete frees it with its data.
+BrxImage* imageCreateFormat(BrxImage* image, int width, int height, unsigned int pixelType);
+BrxImage* imageCopyFormat(BrxImage* target, BrxImage* source);
+BrxImage* imageCreateImage(BrxImage* image, int width, int height, unsigned int pixelType);
+BrxImage* imageFreeData(BrxImage* image);
+void imageDelete(BrxImage* image);
+double imageColorCoef(BrxImage* image, int* shift);
+
+// User data: a list headed by `userData`, newest first. Entries do not own what they point at.
+BrxImage* imageCreateUserData(BrxImage* image, char* data, int size, int id, unsigned int kind);
+BrxImageUserData* imageGetUserDataByIndex(BrxImage* image, int index);
+BrxImageUserData* imageGetUserDataByID(BrxImage* image, int id);
+
+// Data.
+int dataCopy8b(BrxImage* source, BrxImage* target);
+int dataCopy16b(BrxImage* source, BrxImage* target);
+int dataShift16b(BrxImage* source, BrxImage* target, int shift);
+int dataShift16b8b(BrxImage* source, BrxImage* target);
+int dataColorize(BrxImage* source, BrxImage* target, unsigned int low, unsigned int high,
+                 unsigned int colorLow, unsigned int colorHigh);
+int dataSwapRgb8b(BrxImage* image, char* target);
+int dataSwapRgb16b(BrxImage* image, unsigned short* target);
+int dataFlip8b(BrxImage* image, char* target, bool flag);
+int dataFlip16b(BrxImage* image, unsigned short* target, bool flag);
+int dataMonoRgb8b(BrxImage* image, char* target, int stride);
+int dataCbYCr422ToRGB8b(BrxImage* image, char* target, int stride);
+int dataApplyLUT(BrxImage* image, QTD::LookupTable* table);
+// dataDebayer8b, dataDebayer16b and PixelTypeToBayerType come with the demosaicing stage.
+
+template <typename T>
+int colorize(BrxImage* source, BrxImage* target, unsigned int low, unsigned int high,
+             unsigned int colorLow, unsigned int colorHigh);
+template <typename T> int dataSwapRgbChannels(BrxImage* image, T* target, int cvType);
+template <typename T> int dataFlipImage(BrxImage* image, T* target, bool flag);
+
+// Shifts `count` words left by `shift`, or right by -shift for a shift below 1, filling with
+// zeros. Eight words a step, the odd ones first by Duff's device.
+template <typename T> void ShiftBuffer_DuffsDevice(T* buffer, unsigned int count, int shift) {
+    if (!buffer || count == 0 || shift == 0)
+        return;
+    const int bits = static_cast<int>(sizeof(T) * 8);
+    if (shift >= bits || -shift >= bits) {
+        std::memset(buffer, 0, sizeof(T) * count);
+        return;
+    }
+    const bool left = shift > 0;
+    const unsigned int by = static_cast<unsigned int>(left ? shift : -shift);
+#define BRX_SHIFT_ONE(i) buffer[i] = static_cast<T>(left ? buffer[i] << by : buffer[i] >> by)
+    unsigned int done = 0;
+    switch (count % 8) {
+    case 7:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    case 6:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    case 5:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    case 4:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    case 3:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    case 2:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    case 1:
+        BRX_SHIFT_ONE(done), ++done;
+        [[fallthrough]];
+    default:
+        break;
+    }
+#undef BRX_SHIFT_ONE
+    T* p = buffer + done;
+    const unsigned int groups = (count - done) / 8;
+    // Separate loops for the two directions keep the branch out of the body, so the groups of
+    // eight compile to vector shifts.
+    if (left) {
+        for (unsigned int g = 0; g < groups; ++g, p += 8)
+            for (int i = 0; i < 8; ++i)
+                p[i] = static_cast<T>(p[i] << by);
+    } else {
+        for (unsigned int g = 0; g < groups; ++g, p += 8)
+            for (int i = 0; i < 8; ++i)
+                p[i] = static_cast<T>(p[i] >> by);
+    }
+}
+
+// Copies `bytes` of each of `rows` rows; strides are in bytes. Eight rows a step, the odd ones
+// first by Duff's device.
+template <typename T>
+void CopyBuffer_DuffsDevice(T* source, int sourceStride, T* target, int targetStride, size_t bytes,
+                            int rows) {
+    if (!source || !target || rows <= 0 || bytes == 0)
+        return;
+    const char* from = reinterpret_cast<const char*>(source);
+    char* to = reinterpret_cast<char*>(target);
+    int n = (rows + 7) / 8;
+#define BRX_COPY_ROW() std::memcpy(to, from, bytes), from += sourceStride, to += targetStride
+    switch (rows % 8) {
+    case 0:
+        do {
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 7:
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 6:
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 5:
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 4:
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 3:
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 2:
+            BRX_COPY_ROW();
+            [[fallthrough]];
+        case 1:
+            BRX_COPY_ROW();
+        } while (--n > 0);
+    }
+#undef BRX_COPY_ROW
+}
+
+} // namespace QTDImageHelpers
