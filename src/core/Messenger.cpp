@@ -1,0 +1,134 @@
+#include "core/Messenger.h"
+
+#include "core/AutoLock.h"
+
+#include <algorithm>
+
+namespace QTD {
+
+Messenger::Messenger() : Thread("QTD::Messenger") {}
+
+Messenger::~Messenger() {
+    shut();
+}
+
+std::vector<BrxDisplayCommand*>::iterator Messenger::findProcessor(BrxDisplayCommand* receiver) {
+    if (!receiver)
+        return receivers.end();
+    return std::find(receivers.begin(), receivers.end(), receiver);
+}
+
+Messenger& Messenger::addCommandProcessor(BrxDisplayCommand* receiver) {
+    bool any;
+    {
+        std::lock_guard<std::recursive_mutex> hold(guard);
+        if (receiver && findProcessor(receiver) == receivers.end()) {
+            std::lock_guard<std::mutex> list(listGuard);
+            receivers.push_back(receiver);
+        }
+        any = !receivers.empty();
+    }
+    if (any)
+        start(nullptr);
+    return *this;
+}
+
+int Messenger::delCommandProcessor(BrxDisplayCommand* receiver) {
+    bool none;
+    {
+        std::lock_guard<std::recursive_mutex> hold(guard);
+        auto it = findProcessor(receiver);
+        if (it != receivers.end()) {
+            std::lock_guard<std::mutex> list(listGuard);
+            receivers.erase(it);
+        }
+        none = receivers.empty();
+    }
+    if (none)
+        stop();
+    return 1;
+}
+
+std::vector<BrxDisplayCommand*> Messenger::snapshot() {
+    std::lock_guard<std::mutex> list(listGuard);
+    return receivers;
+}
+
+void Messenger::addCommon(Map& target) {
+    std::lock_guard<std::recursive_mutex> hold(common.guard);
+    for (PROP const& row : common.rows)
+        if (!row.key.empty())
+            target[row.key] = row.value;
+}
+
+int Messenger::sendCommandParams(char const* command, Map* params) {
+    AutoLock hold(&senders, "");
+    char const* name = command ? command : "";
+    Map local;
+    if (params)
+        local = *params;
+    addCommon(local);
+    int result = 0;
+    for (BrxDisplayCommand* receiver : snapshot()) {
+        BrxDisplayCommand* target = receiver->GetCommandProcessor(name);
+        if (target)
+            result |= target->RunCommandParams(name, &local);
+    }
+    return result;
+}
+
+int Messenger::postCommandParams(char const* command, Map* params) {
+    AutoLock holdSenders(&senders, "");
+    if (!command)
+        return 0;
+    std::lock_guard<std::recursive_mutex> hold(guard);
+    PROPERTIES local;
+    if (params)
+        for (auto const& pair : *params)
+            if (!pair.first.empty())
+                local.set(ATTR(pair.first), ATTR(pair.second), true);
+    {
+        std::lock_guard<std::recursive_mutex> holdCommon(common.guard);
+        for (PROP const& row : common.rows)
+            if (!row.key.empty())
+                local.set(row.key, row.value, true);
+    }
+    std::lock_guard<std::mutex> holdPending(pending.guard);
+    if (!*command)
+        return 0;
+    // Appending keeps every post's rows; delivery lets the last row of a key win.
+    pending.groups[ATTR(command)] = local;
+    return 1;
+}
+
+bool Messenger::doStep() {
+    if (receivers.empty())
+        return false;
+    // Take what is pending now; a receiver that posts during the delivery (on this thread)
+    // finds an empty table and its post waits for the next step.
+    std::map<ATTR, PROPERTIES> batch;
+    {
+        std::lock_guard<std::mutex> holdPending(pending.guard);
+        if (pending.groups.empty())
+            return false;
+        batch.swap(pending.groups);
+    }
+    Map local;
+    for (auto& entry : batch) {
+        local.clear();
+        {
+            std::lock_guard<std::recursive_mutex> holdBag(entry.second.guard);
+            for (PROP const& row : entry.second.rows)
+                if (!row.key.empty())
+                    local[row.key] = row.value;
+        }
+        for (BrxDisplayCommand* receiver : std::vector<BrxDisplayCommand*>(receivers)) {
+            BrxDisplayCommand* target = receiver->GetCommandProcessor(entry.first.c_str());
+            if (target)
+                target->RunCommandParams(entry.first.c_str(), &local);
+        }
+    }
+    return false;
+}
+
+} // namespace QTD

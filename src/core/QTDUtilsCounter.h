@@ -1,0 +1,4 @@
+#pragma once
+
+// The rate counter of the component framework.
+#include "core/FpsCounter.h"

@@ -1,0 +1,143 @@
+#include "core/Thread.h"
+
+#include <QCoreApplication>
+
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <ctime>
+#include <sched.h>
+
+namespace QTD {
+
+namespace {
+
+void sleepMilliseconds(long ms) {
+    timespec request{ms / 1000, (ms % 1000) * 1000000L};
+    timespec left{};
+    while (nanosleep(&request, &left) == -1 && errno == EINTR)
+        request = left;
+}
+
+} // namespace
+
+Thread::Thread(char const* name)
+    : running(false), stopping(false), name(name), thread(nullptr), exitCode(0) {}
+
+Thread::~Thread() {
+    shut();
+}
+
+void Thread::proc(Thread* self) {
+    self->run();
+}
+
+void Thread::run() {
+    // Two starts in quick succession may create two threads; only one gets the loop.
+    if (running.exchange(true))
+        return;
+    loopThread = std::this_thread::get_id();
+    stopping = false;
+    exitCode = 0;
+    if (initialize()) {
+        while (running && !stopping) {
+            {
+                std::lock_guard<std::recursive_mutex> hold(guard);
+                stopping = doStep();
+            }
+            idle(false);
+        }
+    }
+    finalize();
+    loopThread = std::thread::id();
+    stopping = false;
+    // Last touch of this object: the owner may destroy it once it sees the flag clear.
+    running = false;
+}
+
+int Thread::start(char const* name) {
+    if (running) {
+        // A loop that was asked to stop and is winding down is waited for and started anew;
+        // otherwise a start right after a stop would be lost.
+        if (!stopping || loopThread.load() == std::this_thread::get_id())
+            return 0;
+        waitForCompletion(-1);
+    }
+    std::lock_guard<std::recursive_mutex> hold(guard);
+    delete thread;
+    thread = nullptr;
+    if (name)
+        this->name = name;
+    thread = new std::thread(&Thread::proc, this);
+    thread->detach();
+    return 1;
+}
+
+void Thread::stop() {
+    std::lock_guard<std::recursive_mutex> hold(guard);
+    stopping = true;
+}
+
+void Thread::idle(bool brief) {
+    if (brief)
+        sched_yield();
+    else
+        sleepMilliseconds(1);
+}
+
+bool Thread::waitForCompletion(int timeout) {
+    auto const begin = std::chrono::steady_clock::now();
+    while (running) {
+        if (timeout > 0 &&
+            std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(timeout))
+            return false;
+        idle(false);
+    }
+    return true;
+}
+
+void Thread::terminate(int exitCode, int timeout) {
+    stop();
+    waitForCompletion(timeout);
+    this->exitCode = exitCode;
+}
+
+void Thread::shut() {
+    stop();
+    waitForCompletion(-1);
+    std::lock_guard<std::recursive_mutex> hold(guard);
+    delete thread;
+    thread = nullptr;
+}
+
+void Thread::Wait(int milliseconds, int every) {
+    if (every > 1) {
+        static std::atomic<int> calls{0};
+        int n = calls.load();
+        int next;
+        do {
+            next = n >= INT_MAX - 1 ? 0 : n + 1;
+        } while (!calls.compare_exchange_weak(n, next));
+        if (next % every != 0)
+            return;
+    }
+    if (milliseconds < 1) {
+        sched_yield();
+        return;
+    }
+    if (milliseconds == 1) {
+        QCoreApplication::processEvents();
+        sleepMilliseconds(1);
+        return;
+    }
+    // Long waits are cut into shrinking slices with the event pump between them.
+    int const rounds = milliseconds / 2;
+    int remaining = milliseconds;
+    for (int i = 0; i <= rounds; ++i) {
+        remaining = remaining / 2 + 1;
+        QCoreApplication::processEvents();
+        sleepMilliseconds(remaining);
+    }
+}
+
+} // namespace QTD
