@@ -1,0 +1,381 @@
+#include "chain/QTDProcessor.h"
+
+#include "core/ATTR.h"
+#include "image/QTDImageHelpers.h"
+#if __has_include("screen/QTDSurface.h")
+#include "screen/QTDSurface.h"
+#define BRX_CHAIN_HAS_SURFACE 1
+#endif
+
+#include <brx/BrxComponent.h>
+#include <brx/BrxDisplayProcessor.h>
+
+#include <cstdio>
+
+using QTD::ATTR;
+using namespace QTD::Procs;
+
+namespace {
+
+// Factories of the CPU composition. A stage kind that is not built yet stays null here and is
+// wired in by filling its line.
+BrxImgProcessor* createYUV2RGB(BrxComponent* p) {
+    return BrxDisplayCPU::YUV2RGB::CreateComponent(p);
+}
+BrxImgProcessor* createUnpack(BrxComponent* p) {
+    return BrxDisplayCPU::Unpack::CreateComponent(p);
+}
+BrxImgProcessor* createImage(BrxComponent* p) {
+    return BrxDisplayCPU::Image::CreateComponent(p);
+}
+BrxImgProcessor* createColorCorrection(BrxComponent* p) {
+    return BrxDisplayCPU::ColorCorrection::CreateComponent(p);
+}
+BrxImgProcessor* (*const createCpuBayer)(BrxComponent*) = nullptr;   // the CPU Bayer stage
+BrxImgProcessor* (*const createCpuOverlay)(BrxComponent*) = nullptr; // the CPU overlay stage
+
+// A pass is bracketed by the surface's begin and end, so that GPU stages draw into a current
+// context.
+void beginSurface(QTDSurface* surface) {
+#ifdef BRX_CHAIN_HAS_SURFACE
+    if (surface != nullptr) {
+        surface->begin(nullptr);
+    }
+#else
+    (void)surface;
+#endif
+}
+
+void endSurface(QTDSurface* surface) {
+#ifdef BRX_CHAIN_HAS_SURFACE
+    if (surface != nullptr) {
+        surface->end();
+    }
+#else
+    (void)surface;
+#endif
+}
+
+bool keyIs(const ATTR& key, const char* name) {
+    return key.same(name, false);
+}
+
+} // namespace
+
+QTDProcessor::QTDProcessor(BrxDisplayProcessor* displayProcessor, bool opengl)
+    : display(displayProcessor) {
+    parent = display != nullptr ? display->GetComponent() : nullptr;
+    properties.set("opengl", ATTR(opengl ? 1 : 0), true);
+    properties.set("display", ATTR(static_cast<void*>(display)), true);
+    properties.set("image.downscale", "0", false);
+}
+
+QTDProcessor::~QTDProcessor() {
+    QTDProcessor::Release();
+}
+
+BrxComponent* QTDProcessor::GetComponent() {
+    return static_cast<QTD::ComponentImpl*>(this);
+}
+
+BrxImgProcessor* QTDProcessor::stageAt(const ATTR& value) {
+    if (value.empty()) {
+        return nullptr;
+    }
+    void* address = nullptr;
+    std::sscanf(value.c_str(), "%p", &address);
+    return static_cast<BrxImgProcessor*>(address);
+}
+
+void QTDProcessor::destroyStage(BrxImgProcessor* stage) {
+    if (stage != nullptr) {
+        stage->Release();
+        delete stage;
+    }
+}
+
+int QTDProcessor::findStage(const char* name) {
+    std::lock_guard<std::recursive_mutex> lock(stages.guard);
+    for (size_t i = 0; i < stages.rows.size(); ++i) {
+        if (keyIs(stages.rows[i].key, name)) {
+            return int(i);
+        }
+    }
+    return -1;
+}
+
+int QTDProcessor::Size() {
+    std::lock_guard<std::recursive_mutex> lock(stages.guard);
+    return int(stages.rows.size());
+}
+
+BrxImgProcessor* QTDProcessor::GetProcessor(const char* name) {
+    if (name == nullptr || *name == 0) {
+        return nullptr;
+    }
+    return stageAt(stages.get(name, "", true));
+}
+
+BrxImgProcessor* QTDProcessor::GetProcessor(int index) {
+    if (index < 0 || index >= Size()) {
+        return nullptr;
+    }
+    return stageAt(stages.valueAt(index));
+}
+
+int QTDProcessor::AddProcessor(const char* name, BrxImgProcessor* stage) {
+    return InsertProcessor(nullptr, name, stage);
+}
+
+int QTDProcessor::InsertProcessor(char* before, const char* name, BrxImgProcessor* stage) {
+    if (name == nullptr || *name == 0 || stage == nullptr) {
+        return chainError = CodeBadArgument;
+    }
+    const ATTR address(static_cast<void*>(stage));
+    std::lock_guard<std::recursive_mutex> lock(stages.guard);
+    if (before == nullptr || *before == 0) {
+        // Appending does not look for a duplicate: a second row of the same name may arise.
+        stages.rows.push_back(QTD::PROP{ATTR(name), address});
+        return chainError = CodeOk;
+    }
+    if (findStage(name) >= 0) {
+        return chainError = CodeExists;
+    }
+    const int at = findStage(before);
+    if (at < 0) {
+        return chainError = CodeNotFound;
+    }
+    stages.rows.insert(stages.rows.begin() + at, QTD::PROP{ATTR(name), address});
+    return chainError = CodeOk;
+}
+
+int QTDProcessor::DeleteProcessor(const char* name) {
+    BrxImgProcessor* stage = nullptr;
+    {
+        std::lock_guard<std::recursive_mutex> lock(stages.guard);
+        const int at = (name == nullptr || *name == 0) ? -1 : findStage(name);
+        if (at < 0) {
+            return chainError = CodeNotFound;
+        }
+        stage = stageAt(stages.rows[size_t(at)].value);
+        stages.rows.erase(stages.rows.begin() + at);
+    }
+    destroyStage(stage);
+    return chainError = CodeOk;
+}
+
+BrxImage* QTDProcessor::Output() {
+    for (int i = Size() - 1; i >= 0; --i) {
+        BrxImgProcessor* stage = GetProcessor(i);
+        if (stage != nullptr && stage->Output() != nullptr) {
+            return stage->Output();
+        }
+    }
+    return nullptr;
+}
+
+BrxImage* QTDProcessor::Format(bool input) {
+    const int count = Size();
+    for (int n = 0; n < count; ++n) {
+        BrxImgProcessor* stage = GetProcessor(input ? n : count - 1 - n);
+        BrxImage* format = stage != nullptr ? stage->Format(input) : nullptr;
+        if (format != nullptr) {
+            return format;
+        }
+    }
+    return nullptr;
+}
+
+BrxImage* QTDProcessor::currentFormat(BrxImage* input) {
+    BrxImage* format = Format(false);
+    return format != nullptr ? format : input;
+}
+
+QTDSurface* QTDProcessor::getSurface() {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    auto* controller =
+        display != nullptr ? dynamic_cast<QTD::ComponentImpl*>(display->GetComponent()) : nullptr;
+    if (controller == nullptr) {
+        return nullptr;
+    }
+    return static_cast<QTDSurface*>(controller->properties.getAs<void*>("surface", "", true));
+}
+
+uint32_t QTDProcessor::Init(BrxImage* input, BrxImage* output) {
+    (void)output; // the chain's composition does not hand the caller's output to its stages
+    chainError = CodeOk;
+    Release();
+    if (input == nullptr) {
+        chainError = CodeBadArgument;
+        return statusWord(chainError);
+    }
+    {
+        std::lock_guard<std::recursive_mutex> lock(stageLock);
+        const bool opengl = properties.getAs<int>("opengl", "0", true) != 0;
+        chainError = opengl ? initQGL(input, nullptr) : initCPU(input, nullptr);
+        if (chainError == CodeOk) {
+            BrxImage* current = currentFormat(input);
+            inputFormat = QTDImageHelpers::imageCreateFormat(inputFormat, int(input->width),
+                                                             int(input->height), input->pixelType);
+            outputFormat = QTDImageHelpers::imageCreateFormat(
+                outputFormat, int(current->width), int(current->height), current->pixelType);
+            if (inputFormat == nullptr || outputFormat == nullptr) {
+                chainError = CodeNoResources;
+            } else {
+                ready = 1;
+            }
+        }
+        timing.reset(true);
+    }
+    if (chainError != CodeOk) {
+        const int code = chainError;
+        Release();
+        chainError = code;
+        return statusWord(code);
+    }
+    return 0;
+}
+
+int QTDProcessor::compose(StageFactory create, const char* name, BrxImage* format,
+                          BrxImage* initOutput,
+                          void (*setup)(QTDProcessor* chain, BrxImgProcessor* stage)) {
+    BrxImgProcessor* stage = create != nullptr ? create(GetComponent()) : nullptr;
+    if (stage == nullptr) {
+        return CodeFailed;
+    }
+    if (setup != nullptr) {
+        setup(this, stage);
+    }
+    if (statusCode(stage->Init(format, initOutput)) != 0 || AddProcessor(name, stage) != CodeOk) {
+        destroyStage(stage);
+        return CodeFailed;
+    }
+    return CodeOk;
+}
+
+int QTDProcessor::initCPU(BrxImage* input, BrxImage* output) {
+    // The composition asks the chain at each step what comes out so far; on the empty chain
+    // that is the input itself.
+    auto type = [&]() { return currentFormat(input)->pixelType; };
+    auto composeStep = [&](StageFactory create, const char* name, BrxImage* initOutput,
+                           void (*setup)(QTDProcessor*, BrxImgProcessor*)) {
+        return compose(create, name, currentFormat(input), initOutput, setup);
+    };
+
+    if (type() == PixelType::YUV422_8_UYVY &&
+        composeStep(createYUV2RGB, "yuv2rgb", output, nullptr) != 0) {
+        return CodeFailed;
+    }
+    if (isIn(PACKED_INDEX, type()) && composeStep(createUnpack, "unpack", output, nullptr) != 0) {
+        return CodeFailed;
+    }
+    auto unpackedSetup = [](QTDProcessor* chain, BrxImgProcessor* stage) {
+        if (chain->properties.getAs<int>("image.downscale", "0", true) == 1) {
+            stage->GetComponent()->SetParamInt("depth", 8);
+        }
+    };
+    if (composeStep(createImage, "image.unpacked", nullptr, unpackedSetup) != 0) {
+        return CodeFailed;
+    }
+    // Raw images pass through untouched until exposure coloration asks for a private copy.
+    GetProcessor("image.unpacked")->Enable(false);
+    if (isIn(BAYER_INDEX, type()) && composeStep(createCpuBayer, "bayer", output, nullptr) != 0) {
+        return CodeFailed;
+    }
+    if (composeStep(createColorCorrection, "image.colorcorrection", nullptr, nullptr) != 0) {
+        return CodeFailed;
+    }
+    // Until the CPU overlay stage is built the chain goes without one.
+    if (createCpuOverlay != nullptr &&
+        composeStep(createCpuOverlay, "image.overlay", nullptr, nullptr) != 0) {
+        return CodeFailed;
+    }
+    if (composeStep(createImage, "image.output", nullptr, nullptr) != 0) {
+        return CodeFailed;
+    }
+    return CodeOk;
+}
+
+int QTDProcessor::initQGL(BrxImage* input, BrxImage* output) {
+    (void)input;
+    (void)output;
+    // The OpenGL stages are not part of this build: an OpenGL chain cannot be composed.
+    return CodeFailed;
+}
+
+uint32_t QTDProcessor::ProcessImage(BrxImage* input, BrxImage* output, void* context) {
+    log.debug("QTDProcessor::ProcessImage() -> ENTER");
+    if (input == nullptr) {
+        log.debug("QTDProcessor::ProcessImage() <- EXIT");
+        chainError = CodeBadArgument;
+        return statusWord(chainError);
+    }
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    const int count = Size();
+    if (count == 0) {
+        chainError = CodeFailed;
+        return statusWord(chainError);
+    }
+    chainError = CodeOk;
+    timing.lock(true);
+    QTDSurface* surface = getSurface();
+    properties.set("@source.image", ATTR(static_cast<void*>(input)), true);
+    properties.set("@output.image", ATTR(static_cast<void*>(output)), true);
+    beginSurface(surface);
+    BrxImage* current = input;
+    for (int i = 0; i < count; ++i) {
+        const ATTR value = stages.valueAt(i);
+        if (value.empty()) {
+            continue;
+        }
+        BrxImgProcessor* stage = stageAt(value);
+        if (stopRequested) {
+            endSurface(surface);
+            chainError = CodeOk;
+            return 0;
+        }
+        log.debug("QTDProcessor::ProcessImage(): proc: %s ", stages.keyAt(i).c_str());
+        if (stage == nullptr || statusCode(stage->ProcessImage(current, output, context)) != 0) {
+            endSurface(surface);
+            chainError = CodeFailed;
+            return statusWord(chainError);
+        }
+        if (stage->Output() != nullptr) {
+            current = stage->Output();
+        }
+        log.debug("QTDProcessor::ProcessImage(): proc->Out: imageID is %lu",
+                  static_cast<unsigned long>(current->imageID));
+    }
+    endSurface(surface);
+    const double ms = timing.lock(false);
+    properties.set("time", ATTR::format("%.2f ms", ms), true);
+    log.debug("QTDProcessor::ProcessImage() <- EXIT");
+    chainError = CodeOk;
+    return 0;
+}
+
+int QTDProcessor::RunCommandParams(const char* command,
+                                   std::map<std::string, std::string>* params) {
+    (void)command;
+    (void)params;
+    return 0;
+}
+
+void QTDProcessor::Release() {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    std::vector<BrxImgProcessor*> owned;
+    {
+        std::lock_guard<std::recursive_mutex> rowsLock(stages.guard);
+        for (const QTD::PROP& row : stages.rows) {
+            owned.push_back(stageAt(row.value));
+        }
+        stages.rows.clear();
+    }
+    for (BrxImgProcessor* stage : owned) {
+        destroyStage(stage);
+    }
+    chainError = CodeOk;
+    stopRequested = false;
+    lastError = 0;
+    releaseData();
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+// Paints under- and over-exposed pixels onto the display image. The judgement is made on the
+// raw samples, which the stage takes from the chain's "image.unpacked"; enabling this stage
+// enables that one too, so that it keeps a private copy of the raw image.
+
+#include "chain/ImageProcessorData.h"
+#include "chain/QTDProcs.h"
+#include "core/ComponentImpl.h"
+
+#include <map>
+#include <string>
+
+class CPUIPExposureColoration : public BrxDisplayCPU::ExposureColoration,
+                                public QTD::ImageProcessorData,
+                                public QTD::ComponentImpl {
+public:
+    // A colour word holds its first byte in the low 8 bits: green for under-exposure, red for
+    // over-exposure in an RGB image.
+    static constexpr uint32_t ColorLo = 0xFF00;
+    static constexpr uint32_t ColorHi = 0xFF;
+
+    // `parent` is the component of the chain that holds "image.unpacked".
+    explicit CPUIPExposureColoration(BrxComponent* parent);
+    ~CPUIPExposureColoration() override;
+
+    uint32_t Init(BrxImage* input, BrxImage* output) override;
+    uint32_t ProcessImage(BrxImage* input, BrxImage* output, void* context) override;
+    void Release() override;
+    BrxComponent* GetComponent() override { return static_cast<QTD::ComponentImpl*>(this); }
+    BrxImage* Output() override { return ImageProcessorData::Output(); }
+    BrxImage* Format(bool input) override { return ImageProcessorData::Format(input); }
+    // Passes the change on to "image.unpacked" first, then counts as every stage does.
+    bool Enable(bool on) override;
+    bool IsEnabled() override { return ImageProcessorData::IsEnabled(); }
+
+    // "params.apply" and "params.reset"; anything else is code 10.
+    unsigned int RunCommand(const char* command) override;
+    // "cmd.params.apply" (absent keys keep their value) and "cmd.params.reset".
+    virtual bool RunCommandParams(const char* command, std::map<std::string, std::string>* params);
+
+    // Thresholds and colours from the bag for raw images of `format`; null does nothing.
+    void initFromProperties(BrxImage* format);
+
+    uint32_t colorLo = 0;
+    uint32_t colorHi = 0;
+    int32_t thresLo = 0;
+    int32_t thresHi = 0;
+    BrxImgProcessor* sourceStage = nullptr; // the chain's "image.unpacked", not owned
+
+private:
+    BrxImgProcessor* findSource();
+    void resetParams();
+};

@@ -1,0 +1,320 @@
+#include "cpu/CPUIPImage.h"
+
+#include "image/QTDImageHelpers.h"
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+
+using namespace QTD::Procs;
+
+namespace {
+
+bool hasPixels(const BrxImage* image) {
+    return image != nullptr && image->width != 0 && image->height != 0 &&
+           image->imageData != nullptr && image->imageSize != 0;
+}
+
+bool sameArea(const BrxImage* a, const BrxImage* b) {
+    return a->width == b->width && a->height == b->height;
+}
+
+// The type an 8-bit result of `type` has when no output format is given; 0 where there is none.
+uint32_t narrowedType(uint32_t type) {
+    if (isIn(MONO_INDEX, type)) {
+        return PixelType::Mono8;
+    }
+    int i = indexOf(BAYER_INDEX, type);
+    if (i >= 0) {
+        return BAYER_INDEX[i & 3];
+    }
+    i = indexOf(TS16_INDEX, type);
+    if (i >= 0) {
+        return TS8_INDEX[i & 15];
+    }
+    if (isIn(PACKED_INDEX, type) || isIn(YUV_INDEX, type)) {
+        return 0;
+    }
+    return type;
+}
+
+// The conversions between two pixel types.
+struct Conditions {
+    bool reduce;
+    bool monoToRgb;
+    bool sourceBgr;
+    bool targetBgr;
+    bool swap;
+};
+
+Conditions conditionsFor(uint32_t sourceType, uint32_t sourceDepth, uint32_t targetType,
+                         uint32_t targetDepth) {
+    Conditions c;
+    c.reduce = sourceDepth > 8 && targetDepth == 8;
+    c.monoToRgb = isIn(MONO_INDEXEXT, sourceType) && isIn(RGBBGR_INDEX, targetType);
+    c.sourceBgr = isIn(BGR_INDEX, sourceType);
+    c.targetBgr = isIn(BGR_INDEX, targetType);
+    c.swap = c.sourceBgr != c.targetBgr || (targetType == 0 && c.sourceBgr);
+    return c;
+}
+
+// Red and blue change places; 8- and 16-bit samples.
+bool swapChannels(BrxImage* source, BrxImage* target) {
+    const int type = source->bitsPerChannel > 8 ? CV_16UC3 : CV_8UC3;
+    const size_t pixelBytes = source->bitsPerChannel > 8 ? 6 : 3;
+    if (source->channels != 3 || source->stride < source->width * pixelBytes ||
+        size_t(source->stride) * source->height > source->imageSize) {
+        return false;
+    }
+    cv::Mat from(int(source->height), int(source->width), type, source->imageData, source->stride);
+    const int pairs[] = {0, 2, 1, 1, 2, 0};
+    if (target == nullptr || target == source || target->imageData == source->imageData) {
+        cv::Mat mixed(from.size(), type);
+        cv::mixChannels(&from, 1, &mixed, 1, pairs, 3);
+        mixed.copyTo(from);
+        return true;
+    }
+    if (!sameArea(source, target) || target->stride < target->width * pixelBytes ||
+        size_t(target->stride) * target->height > target->imageSize ||
+        (target->bitsPerChannel > 8) != (source->bitsPerChannel > 8)) {
+        return false;
+    }
+    cv::Mat to(int(target->height), int(target->width), type, target->imageData, target->stride);
+    cv::mixChannels(&from, 1, &to, 1, pairs, 3);
+    return true;
+}
+
+} // namespace
+
+CPUIPImage::CPUIPImage(BrxComponent* parentComponent) : ImageProcessorData(parentComponent) {
+    name = "image.cpu";
+}
+
+CPUIPImage::~CPUIPImage() {
+    freeBuffers();
+}
+
+unsigned int CPUIPImage::RunCommand(const char* command) {
+    (void)command;
+    return statusWord(CodeUnknownCommand);
+}
+
+void CPUIPImage::freeBuffers() {
+    QTDImageHelpers::imageDelete(ownOutput);
+    QTDImageHelpers::imageDelete(depthImage);
+    QTDImageHelpers::imageDelete(rgbImage);
+    ownOutput = nullptr;
+    depthImage = nullptr;
+    rgbImage = nullptr;
+    convertFlags = 0;
+}
+
+void CPUIPImage::Release() {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    releaseData();
+    freeBuffers();
+}
+
+uint32_t CPUIPImage::Init(BrxImage* input, BrxImage* outputArg) {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    Release();
+    lastError = init(input, outputArg);
+    if (lastError != CodeOk) {
+        const int code = lastError;
+        Release();
+        lastError = code;
+        return statusWord(code);
+    }
+    ready = 1;
+    return 0;
+}
+
+int CPUIPImage::init(BrxImage* input, BrxImage* outputArg) {
+    if (input == nullptr || input->width == 0 || input->height == 0) {
+        return CodeBadArgument;
+    }
+    uint32_t targetType = input->pixelType;
+    uint32_t targetDepth = 0;
+    if (outputArg != nullptr) {
+        targetType = outputArg->pixelType;
+        targetDepth = outputArg->bitsPerChannel;
+    } else {
+        targetDepth = uint32_t(properties.getAs<int>("depth", "0", true));
+        if (targetDepth == 8 && input->bitsPerChannel > 8) {
+            targetType = narrowedType(input->pixelType);
+        }
+    }
+    // No packed image and no YUV: those are unpacked or converted before.
+    if (isIn(PACKED_INDEX, input->pixelType) || input->pixelType == PixelType::YUV422_8_UYVY) {
+        return CodeNotSupported;
+    }
+    const Conditions c =
+        conditionsFor(input->pixelType, input->bitsPerChannel, targetType, targetDepth);
+
+    convertFlags = 0;
+    const int flip = properties.getAs<int>("image.flip.vert", "0", true);
+    const int width = int(input->width);
+    const int height = orientedHeight(input, flip);
+    if (c.reduce) {
+        depthImage = QTDImageHelpers::imageCreateImage(nullptr, width, height, input->pixelType);
+        if (depthImage == nullptr) {
+            return CodeNoResources;
+        }
+        convertFlags |= ReduceDepth;
+    }
+    if (c.monoToRgb || c.swap) {
+        rgbImage = QTDImageHelpers::imageCreateImage(nullptr, width, height, targetType);
+        if (rgbImage == nullptr) {
+            return CodeNoResources;
+        }
+        if (c.sourceBgr != c.targetBgr) {
+            convertFlags |= SwapRedBlue;
+        }
+        if (c.monoToRgb) {
+            convertFlags |= MonoToRgb;
+        }
+    }
+    if (convertFlags == 0) {
+        targetType = input->pixelType;
+    }
+    if (properties.getAs<int>("external", "0", true) == 0) {
+        ownOutput =
+            QTDImageHelpers::imageCreateImage(nullptr, width, int(input->height), targetType);
+        if (ownOutput == nullptr) {
+            return CodeNoResources;
+        }
+    }
+    inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, input);
+    outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, width, height, targetType);
+    if (inputFormat == nullptr || outputFormat == nullptr) {
+        return CodeNoResources;
+    }
+    return CodeOk;
+}
+
+uint32_t CPUIPImage::ProcessImage(BrxImage* input, BrxImage* outputArg, void* context) {
+    (void)context;
+    log.debug("CPUIPImage::ProcessImage()");
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    output = nullptr;
+    lastError = CodeOk;
+    if (input == nullptr || input->imageData == nullptr) {
+        lastError = CodeBadArgument;
+        return statusWord(lastError);
+    }
+    BrxImage* destination = outputArg != nullptr ? outputArg : ownOutput;
+    if (destination == nullptr ||
+        (outputArg != nullptr &&
+         (outputFormat == nullptr || outputArg->imageSize != outputFormat->imageSize))) {
+        lastError = CodeNotReady;
+        return statusWord(lastError);
+    }
+    // A disabled stage hands its input on untouched, as long as nothing about the image has
+    // to change; otherwise it still does its work.
+    if (!IsEnabled() && input->width != 0 && input->height != 0 && sameArea(input, destination) &&
+        destination->imageData != nullptr && input->imageSize == destination->imageSize) {
+        output = input;
+        return 0;
+    }
+    lastError = process(input, destination);
+    if (lastError != CodeOk) {
+        return statusWord(lastError);
+    }
+    output = destination;
+    return 0;
+}
+
+int CPUIPImage::process(BrxImage* input, BrxImage* destination) {
+    destination->imageID = input->imageID;
+    if (convertFlags != 0) {
+        try {
+            return convertImage(input, destination) ? CodeOk : CodeFailed;
+        } catch (const std::exception&) {
+            return CodeFailed;
+        }
+    }
+    if (destination->imageData == nullptr) {
+        return CodeFailed;
+    }
+    if (input->stride == destination->stride) {
+        // Never more than either buffer holds, whatever the records claim.
+        std::memcpy(destination->imageData, input->imageData,
+                    std::min(input->imageSize, destination->imageSize));
+        return CodeOk;
+    }
+    const bool copied = input->bitsPerChannel == 8
+                            ? QTDImageHelpers::dataCopy8b(input, destination)
+                            : QTDImageHelpers::dataCopy16b(input, destination);
+    return copied ? CodeOk : CodeFailed;
+}
+
+bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
+    if (convertFlags == 0 || !hasPixels(source) || !hasPixels(target) ||
+        !sameArea(source, target)) {
+        return false;
+    }
+    const Conditions c = conditionsFor(source->pixelType, source->bitsPerChannel, target->pixelType,
+                                       target->bitsPerChannel);
+    if (c.reduce) {
+        if (!hasPixels(depthImage) || depthImage->imageSize < source->imageSize) {
+            return false;
+        }
+        if (depthImage->imageSize == source->imageSize) {
+            std::memcpy(depthImage->imageData, source->imageData, source->imageSize);
+        } else if (!QTDImageHelpers::dataCopy16b(source, depthImage)) {
+            return false;
+        }
+        if (!c.monoToRgb && !c.swap) {
+            if (!sameArea(depthImage, target) || depthImage->bitsPerChannel == 8 ||
+                target->bitsPerChannel != 8) {
+                return false;
+            }
+            const int samples = int(depthImage->width * depthImage->channels);
+            if (depthImage->stride < uint32_t(samples) * 2 || target->stride < uint32_t(samples) ||
+                size_t(target->stride) * target->height > target->imageSize) {
+                return false;
+            }
+            QTDImageHelpers::dataShift16b(depthImage, nullptr, 8 - int(depthImage->bitsPerChannel));
+            cv::Mat wide(int(depthImage->height), samples, CV_16UC1, depthImage->imageData,
+                         depthImage->stride);
+            cv::Mat narrow(int(target->height), samples, CV_8UC1, target->imageData,
+                           target->stride);
+            wide.convertTo(narrow, CV_8U, 1.0, 0.0);
+            return true;
+        }
+        if (!hasPixels(rgbImage) || !QTDImageHelpers::dataShift16b8b(depthImage, rgbImage)) {
+            return false;
+        }
+        if (c.monoToRgb) {
+            // Grey expands to three equal channels, so a swap has nothing left to do.
+            return QTDImageHelpers::dataMonoRgb8b(rgbImage, static_cast<char*>(target->imageData),
+                                                  int(target->stride));
+        }
+        return swapChannels(rgbImage, target);
+    }
+    if (c.monoToRgb) {
+        if (source->bitsPerChannel != 8 || target->bitsPerChannel != 8) {
+            return false;
+        }
+        return QTDImageHelpers::dataMonoRgb8b(source, static_cast<char*>(target->imageData),
+                                              int(target->stride));
+    }
+    if (c.swap) {
+        return swapChannels(source, target);
+    }
+    if (source->imageSize == target->imageSize) {
+        std::memcpy(target->imageData, source->imageData, source->imageSize);
+        return true;
+    }
+    return QTDImageHelpers::dataCopy8b(source, target);
+}
+
+BrxDisplayCPU::Image* BrxDisplayCPU::Image::CreateComponent(BrxComponent* parent) {
+    return new CPUIPImage(parent);
+}
+
+void BrxDisplayCPU::Image::DeleteComponent(BrxImgProcessor* stage) {
+    delete stage;
+}
