@@ -1,0 +1,248 @@
+// The chain as a list of named stages and as a loop over them, with stand-in stages.
+
+#include "chain/QTDProcessor.h"
+#include "chain/TestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace QTD::Procs;
+
+namespace {
+
+struct Journal {
+    std::vector<std::string> calls;
+    int released = 0;
+    int destroyed = 0;
+};
+
+// A stage that records what happens to it and answers with a fixed result.
+class FakeStage : public BrxImgProcessor {
+public:
+    FakeStage(Journal* journal, std::string id, uint32_t result = 0, BrxImage* produced = nullptr)
+        : journal(journal), id(std::move(id)), result(result), produced(produced) {}
+    ~FakeStage() override { ++journal->destroyed; }
+
+    uint32_t ProcessImage(BrxImage* input, BrxImage* output, void* context) override {
+        journal->calls.push_back(id);
+        seenInput = input;
+        seenOutput = output;
+        seenContext = context;
+        return result;
+    }
+    void Release() override { ++journal->released; }
+    BrxComponent* GetComponent() override { return nullptr; }
+    BrxImage* Output() override { return produced; }
+    BrxImage* Format(bool input) override { return input ? inFormat : outFormat; }
+
+    Journal* journal;
+    std::string id;
+    uint32_t result;
+    BrxImage* produced;
+    BrxImage* inFormat = nullptr;
+    BrxImage* outFormat = nullptr;
+    BrxImage* seenInput = nullptr;
+    BrxImage* seenOutput = nullptr;
+    void* seenContext = nullptr;
+};
+
+std::vector<std::string> namesOf(QTDProcessor& chain) {
+    std::vector<std::string> names;
+    for (int i = 0; i < chain.Size(); ++i) {
+        names.push_back(chain.stages.keyAt(i));
+    }
+    return names;
+}
+
+} // namespace
+
+TEST(StatusWord, CarriesTheTypeAndTheCode) {
+    EXPECT_EQ(statusWord(0), 0u);
+    EXPECT_EQ(statusWord(CodeBadArgument), 0x80FF0007u);
+    EXPECT_EQ(statusWord(CodeUnknownCommand), 0x80FF000Au);
+    // Layers OR the same high bits, so the code survives.
+    EXPECT_EQ(statusCode(statusWord(CodeNotReady) | statusWord(CodeNotReady)), CodeNotReady);
+}
+
+TEST(ImageProcessorData, EnableIsAClampedCount) {
+    QTD::ImageProcessorData data;
+    EXPECT_TRUE(data.IsEnabled());
+    EXPECT_FALSE(data.Enable(false));
+    EXPECT_FALSE(data.Enable(false)); // not remembered below zero
+    EXPECT_TRUE(data.Enable(true));
+    EXPECT_TRUE(data.Enable(true)); // count 2: two disables are needed now
+    EXPECT_TRUE(data.Enable(false));
+    EXPECT_FALSE(data.Enable(false));
+    data.Release();
+    EXPECT_EQ(data.enableCount, 1);
+    EXPECT_TRUE(data.IsEnabled());
+}
+
+TEST(ImageProcessorData, OutputFormatFallsBackToTheInputFormat) {
+    QTD::ImageProcessorData data;
+    data.inputFormat = QTDImageHelpers::imageCreateFormat(nullptr, 4, 4, PixelType::Mono8);
+    EXPECT_EQ(data.Format(false), data.inputFormat);
+    data.outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, 4, 4, PixelType::RGB8);
+    EXPECT_EQ(data.Format(false), data.outputFormat);
+    EXPECT_EQ(data.Format(true), data.inputFormat);
+    data.Release();
+    EXPECT_EQ(data.Format(true), nullptr);
+    EXPECT_FALSE(data.isReady());
+}
+
+TEST(ProcessingChain, NamesAndInsertion) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    EXPECT_EQ(chain.AddProcessor("a", new FakeStage(&journal, "a")), 0);
+    EXPECT_EQ(chain.AddProcessor("c", new FakeStage(&journal, "c")), 0);
+    char before[] = "c";
+    EXPECT_EQ(chain.InsertProcessor(before, "b", new FakeStage(&journal, "b")), 0);
+    EXPECT_EQ(namesOf(chain), (std::vector<std::string>{"a", "b", "c"}));
+
+    // Appending does not look for duplicates; inserting does.
+    auto* twin = new FakeStage(&journal, "a2");
+    EXPECT_EQ(chain.AddProcessor("a", twin), 0);
+    EXPECT_EQ(chain.Size(), 4);
+    auto* refused = new FakeStage(&journal, "refused");
+    EXPECT_EQ(chain.InsertProcessor(before, "a", refused), CodeExists);
+    EXPECT_EQ(chain.chainError, CodeExists);
+    char absent[] = "zz";
+    EXPECT_EQ(chain.InsertProcessor(absent, "d", refused), CodeNotFound);
+    EXPECT_EQ(chain.InsertProcessor(before, "", refused), CodeBadArgument);
+    EXPECT_EQ(chain.InsertProcessor(before, nullptr, refused), CodeBadArgument);
+    EXPECT_EQ(chain.AddProcessor("d", nullptr), CodeBadArgument);
+    delete refused;
+
+    // Lookups parse the address back from the text; the first row of a name wins.
+    EXPECT_EQ(static_cast<FakeStage*>(chain.GetProcessor("a"))->id, "a");
+    EXPECT_EQ(static_cast<FakeStage*>(chain.GetProcessor(3))->id, "a2");
+    EXPECT_EQ(chain.GetProcessor(chain.Size()), nullptr);
+    EXPECT_EQ(chain.GetProcessor(-1), nullptr);
+    EXPECT_EQ(chain.GetProcessor("zz"), nullptr);
+    EXPECT_EQ(chain.GetProcessor(""), nullptr);
+    EXPECT_EQ(chain.GetComponent()->GetParamCount(), 3u); // opengl, display, image.downscale
+}
+
+TEST(ProcessingChain, DeleteReleasesAndDestroys) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    chain.AddProcessor("a", new FakeStage(&journal, "a"));
+    chain.AddProcessor("b", new FakeStage(&journal, "b"));
+    EXPECT_EQ(chain.DeleteProcessor("x"), CodeNotFound);
+    EXPECT_EQ(chain.DeleteProcessor("a"), 0);
+    EXPECT_EQ(journal.released, 1);
+    EXPECT_EQ(journal.destroyed, 1);
+    EXPECT_EQ(namesOf(chain), std::vector<std::string>{"b"});
+    chain.Release();
+    EXPECT_EQ(chain.Size(), 0);
+    EXPECT_EQ(journal.destroyed, 2);
+    chain.Release(); // idempotent
+    EXPECT_EQ(journal.destroyed, 2);
+}
+
+TEST(ProcessingChain, DestructorReleasesTheStages) {
+    Journal journal;
+    {
+        QTDProcessor chain(nullptr, false);
+        chain.AddProcessor("a", new FakeStage(&journal, "a"));
+    }
+    EXPECT_EQ(journal.released, 1);
+    EXPECT_EQ(journal.destroyed, 1);
+}
+
+TEST(ProcessingChain, OutputAndFormatScanTheStages) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    EXPECT_EQ(chain.Format(false), nullptr);
+    EXPECT_EQ(chain.Output(), nullptr);
+    auto early = TestImages::make(2, 2, PixelType::Mono8);
+    auto late = TestImages::make(2, 2, PixelType::RGB8);
+    auto* first = new FakeStage(&journal, "first", 0, early.get());
+    auto* second = new FakeStage(&journal, "second", 0, late.get());
+    auto* third = new FakeStage(&journal, "third"); // nothing out, no formats
+    first->outFormat = early.get();
+    second->inFormat = late.get();
+    chain.AddProcessor("first", first);
+    chain.AddProcessor("second", second);
+    chain.AddProcessor("third", third);
+    EXPECT_EQ(chain.Output(), late.get());
+    EXPECT_EQ(chain.Format(false), early.get()); // last stage with an output format
+    EXPECT_EQ(chain.Format(true), late.get());   // first stage with an input format
+}
+
+TEST(ProcessingChain, WalkHandsEachOutputOn) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    auto input = TestImages::make(4, 2, PixelType::Mono8);
+    auto middle = TestImages::make(4, 2, PixelType::Mono8);
+    auto target = TestImages::make(4, 2, PixelType::Mono8);
+    auto* a = new FakeStage(&journal, "a", 0, middle.get());
+    auto* b = new FakeStage(&journal, "b"); // no output: skipped over
+    auto* c = new FakeStage(&journal, "c");
+    chain.AddProcessor("a", a);
+    chain.AddProcessor("b", b);
+    chain.AddProcessor("c", c);
+    int context = 0;
+    EXPECT_EQ(chain.ProcessImage(input.get(), target.get(), &context), 0u);
+    EXPECT_EQ(journal.calls, (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(a->seenInput, input.get());
+    EXPECT_EQ(b->seenInput, middle.get());
+    EXPECT_EQ(c->seenInput, middle.get());
+    EXPECT_EQ(c->seenOutput, target.get());
+    EXPECT_EQ(c->seenContext, &context);
+    EXPECT_EQ(chain.properties.getAs<void*>("@source.image"), input.get());
+    EXPECT_EQ(chain.properties.getAs<void*>("@output.image"), target.get());
+    const std::string time = chain.properties.get("time");
+    EXPECT_NE(time.find(" ms"), std::string::npos) << time;
+}
+
+TEST(ProcessingChain, AFailingStageEndsThePassWithCodeOne) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    chain.AddProcessor("a", new FakeStage(&journal, "a"));
+    chain.AddProcessor("bad", new FakeStage(&journal, "bad", statusWord(CodeNotReady)));
+    chain.AddProcessor("c", new FakeStage(&journal, "c"));
+    auto input = TestImages::make(4, 2, PixelType::Mono8);
+    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeFailed));
+    EXPECT_EQ(chain.chainError, CodeFailed);
+    EXPECT_EQ(journal.calls, (std::vector<std::string>{"a", "bad"}));
+    EXPECT_EQ(chain.properties.get("time", "none"), "none");
+}
+
+TEST(ProcessingChain, RefusesNullInputAndEmptyChain) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    auto input = TestImages::make(4, 2, PixelType::Mono8);
+    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeFailed));
+    chain.AddProcessor("a", new FakeStage(&journal, "a"));
+    EXPECT_EQ(chain.ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeBadArgument));
+    EXPECT_TRUE(journal.calls.empty());
+}
+
+TEST(ProcessingChain, AStopRequestEndsThePassQuietly) {
+    Journal journal;
+    QTDProcessor chain(nullptr, false);
+    chain.AddProcessor("a", new FakeStage(&journal, "a"));
+    chain.stopRequested = true;
+    auto input = TestImages::make(4, 2, PixelType::Mono8);
+    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_TRUE(journal.calls.empty());
+    EXPECT_EQ(chain.properties.get("time", "none"), "none");
+    chain.Release();
+    EXPECT_FALSE(chain.stopRequested);
+}
+
+TEST(ProcessingChain, InitRefusesNullInputAndAnOpenGLChainWithoutGPUStages) {
+    QTDProcessor cpu(nullptr, false);
+    EXPECT_EQ(cpu.Init(nullptr, nullptr), statusWord(CodeBadArgument));
+    EXPECT_EQ(cpu.chainError, CodeBadArgument);
+
+    QTDProcessor gl(nullptr, true);
+    EXPECT_EQ(gl.properties.get("opengl"), "1");
+    auto input = TestImages::makeMono(8, 4, PixelType::Mono8);
+    EXPECT_EQ(gl.Init(input.get(), nullptr), statusWord(CodeFailed));
+    EXPECT_EQ(gl.Size(), 0);
+    EXPECT_FALSE(gl.isReady());
+}
