@@ -70,10 +70,10 @@ void BM_Memcpy_Output16(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(BM_Memcpy_Output16)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unpack_Mono12p_to16)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unpack_Mono10p_to16)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unpack_Mono12Packed_to16)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unpack_Mono12p_to8)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Memcpy_Output16)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Unpack_Mono12p_to16)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Unpack_Mono10p_to16)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Unpack_Mono12Packed_to16)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Unpack_Mono12p_to8)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 BENCHMARK_MAIN();

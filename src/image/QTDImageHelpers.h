@@ -89,18 +89,16 @@ template <typename T> void ShiftBuffer_DuffsDevice(T* buffer, unsigned int count
         break;
     }
 #undef BRX_SHIFT_ONE
+    // The rest is whole groups of eight; separate loops for the two directions keep the branch
+    // out of the body, so that they compile to vector shifts.
     T* p = buffer + done;
-    const unsigned int groups = (count - done) / 8;
-    // Separate loops for the two directions keep the branch out of the body, so the groups of
-    // eight compile to vector shifts.
+    const unsigned int rest = count - done;
     if (left) {
-        for (unsigned int g = 0; g < groups; ++g, p += 8)
-            for (int i = 0; i < 8; ++i)
-                p[i] = static_cast<T>(p[i] << by);
+        for (unsigned int i = 0; i < rest; ++i)
+            p[i] = static_cast<T>(p[i] << by);
     } else {
-        for (unsigned int g = 0; g < groups; ++g, p += 8)
-            for (int i = 0; i < 8; ++i)
-                p[i] = static_cast<T>(p[i] >> by);
+        for (unsigned int i = 0; i < rest; ++i)
+            p[i] = static_cast<T>(p[i] >> by);
     }
 }
 
