@@ -1,0 +1,399 @@
+#include "image/QTDImageTypes.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace QTD;
+
+namespace {
+
+std::vector<std::string> letters(const char* order) {
+    std::istringstream in(order);
+    std::vector<std::string> out;
+    for (std::string s; in >> s;)
+        out.push_back(s);
+    return out;
+}
+
+bool startsWith(const std::string& s, const char* prefix) {
+    return s.rfind(prefix, 0) == 0;
+}
+bool endsWith(const std::string& s, const std::string& suffix) {
+    return s.size() >= suffix.size() &&
+           s.compare(s.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+const char* kPatterns[4] = {"BGGR_WBBW", "GBRG_WGGW", "GRBG_WGGW", "RGGB_WRRW"};
+const char* kPatternOrders[4] = {
+    "W B W G B W G W W G W R G W R W", "W G W B G W B W W R W G R W G W",
+    "W G W R G W R W W B W G B W G W", "W R W G R W G W W G W B G W B W"};
+
+} // namespace
+
+TEST(ColorModelTable, EveryRowRoundTripsNameTypeAndShape) {
+    std::set<std::string> names;
+    for (int i = 0; i < kColorModelCount; ++i) {
+        const ColorModelDescription& row = s_colorModelDescription[i];
+        const std::string name = row.name;
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(names.insert(name).second);
+        EXPECT_EQ(unsigned(i + 1), row.pixelType & 0xFF);
+        EXPECT_EQ(&row, colorModelByType(row.pixelType));
+        EXPECT_EQ(&row, colorModelByName(row.name));
+        EXPECT_EQ(row.pixelType, pixelTypeByName(row.name));
+
+        // Depth code of the word and the row's depth agree.
+        static const unsigned depthOfCode[] = {0, 8, 10, 12, 14, 16};
+        unsigned code = (row.pixelType >> 8) & 0xF;
+        ASSERT_GE(code, 1u);
+        ASSERT_LE(code, 5u);
+        EXPECT_EQ(depthOfCode[code], row.bitsPerChannel);
+
+        // Packing nibble by the name's suffix.
+        unsigned packing = (row.pixelType >> 12) & 0xF;
+        if (name.find("FLE") != std::string::npos || endsWith(name, "_PACKED"))
+            EXPECT_EQ(3u, packing);
+        else if (endsWith(name, "Packed"))
+            EXPECT_EQ(1u, packing);
+        else if (endsWith(name, "p"))
+            EXPECT_EQ(2u, packing);
+        else
+            EXPECT_EQ(0u, packing);
+
+        unsigned family = row.pixelType >> 24;
+        std::vector<std::string> order = letters(row.channelOrder);
+        if (startsWith(name, "Mono") || startsWith(name, "Bayer") ||
+            startsWith(name, "TrueSense")) {
+            EXPECT_EQ(startsWith(name, "Mono") ? 1u : startsWith(name, "Bayer") ? 3u : 4u, family);
+            EXPECT_EQ(1u, row.channels);
+            EXPECT_EQ(&GetIndexMONO, row.getIndex);
+            if (startsWith(name, "Bayer")) {
+                std::string pattern = name.substr(5, 2);
+                EXPECT_EQ(pattern.substr(0, 1), order[0]);
+                EXPECT_EQ(pattern.substr(1, 1), order[1]);
+            }
+        } else {
+            EXPECT_EQ(startsWith(name, "RGB") || startsWith(name, "BGR") ? 2u : 5u, family);
+            EXPECT_EQ(std::set<std::string>(order.begin(), order.end()).size(), row.channels);
+            EXPECT_EQ(0u, row.phase);
+            if (family == 2) // letter positions are the channel indices
+                for (size_t k = 0; k < order.size(); ++k)
+                    EXPECT_EQ(int(k), row.getIndex(order[k][0])) << order[k];
+            else
+                EXPECT_EQ(&GetIndexYUV, row.getIndex);
+        }
+    }
+    EXPECT_EQ(133u, names.size());
+}
+
+TEST(ColorModelTable, TrueSenseRowsFollowTheirRule) {
+    const int depths[4] = {8, 10, 12, 14};
+    for (int d = 0; d < 4; ++d)
+        for (int p = 0; p < 4; ++p)
+            for (int phase = 0; phase < 4; ++phase) {
+                const unsigned number = 49 + d * 16 + p * 4 + phase;
+                const ColorModelDescription& row = s_colorModelDescription[number - 1];
+                const std::string want = std::string("TrueSense_") + kPatterns[p] + "_" +
+                                         std::to_string(phase) + "_" + std::to_string(depths[d]);
+                EXPECT_EQ(want, row.name);
+                EXPECT_STREQ(kPatternOrders[p], row.channelOrder);
+                EXPECT_EQ(unsigned(phase), row.phase);
+                EXPECT_EQ(unsigned(depths[d]), row.bitsPerChannel);
+                const unsigned type =
+                    d == 0 ? (0x04080100u | number) : (0x04100000u | unsigned(d + 1) << 8 | number);
+                EXPECT_EQ(type, row.pixelType) << want;
+            }
+}
+
+TEST(ColorModelTable, IndexFunctionsKnowTheirLetters) {
+    EXPECT_EQ(0, GetIndexMONO('Y'));
+    EXPECT_EQ(-1, GetIndexMONO('R'));
+    EXPECT_EQ(2, GetIndexRGB('B'));
+    EXPECT_EQ(-1, GetIndexRGB('A'));
+    EXPECT_EQ(2, GetIndexBGR('R'));
+    EXPECT_EQ(3, GetIndexRGBA('A'));
+    EXPECT_EQ(0, GetIndexBGRA('B'));
+    EXPECT_EQ(1, GetIndexYUV('U'));
+    EXPECT_EQ(-1, GetIndexYUV('A'));
+    EXPECT_EQ(nullptr, colorModelByType(0));
+    EXPECT_EQ(nullptr, colorModelByType(134));
+    EXPECT_EQ(nullptr, colorModelByName("mono8")); // exact names only
+}
+
+// The expected format of each row, worked out from its name alone.
+TEST(PixelFormatRules, EveryTypeOfTheTable) {
+    const std::set<std::string> mono = {"Mono8",   "Mono10", "Mono10p", "Mono12",
+                                        "Mono12p", "Mono14", "Mono16"};
+    const std::set<std::string> rgb = {"RGB8", "RGB10", "RGB12", "RGB14", "RGB16"};
+    const std::set<std::string> bgr = {"BGR8", "BGR10", "BGR12", "BGR14", "BGR16"};
+    // Position of (pattern, phase) in the format tables.
+    const int position[4][4] = {{0, 1, 4, 5}, {2, 3, 6, 7}, {8, 9, 12, 13}, {10, 11, 14, 15}};
+    for (const ColorModelDescription& row : s_colorModelDescription) {
+        const std::string name = row.name;
+        SCOPED_TRACE(name);
+        PixelFormat f(row.pixelType);
+        const int depth = int(row.bitsPerChannel);
+        if (startsWith(name, "Bayer")) {
+            if (endsWith(name, "Packed")) {
+                EXPECT_FALSE(f.valid());
+                continue;
+            }
+            const std::string pattern = name.substr(5, 2);
+            const int order = pattern == "GR" ? 0 : pattern == "RG" ? 1 : pattern == "BG" ? 2 : 3;
+            const bool usb = endsWith(name, "p");
+            EXPECT_EQ(ClrBayer, f.mode);
+            EXPECT_EQ(order, f.order);
+            EXPECT_EQ(depth, f.depth);
+            EXPECT_EQ(usb ? "usb" : "", f.option);
+            const unsigned k = order == 2 ? 3 : order == 3 ? 2 : unsigned(order);
+            if (!usb) // the word of the same row, with family 1
+                EXPECT_EQ((row.pixelType & 0x00FFFFFF) | 0x01000000, f.getTypeID());
+            else
+                EXPECT_EQ(0x010C0000u | (depth == 10 ? 0x2200u : 0x2300u) |
+                              ((depth == 10 ? 25u : 33u) + k),
+                          f.getTypeID());
+        } else if (startsWith(name, "TrueSense")) {
+            int p = 0;
+            while (!startsWith(name.substr(10), kPatterns[p]))
+                ++p;
+            EXPECT_EQ(ClrTrueSense, f.mode);
+            EXPECT_EQ(position[p][row.phase], f.order);
+            EXPECT_EQ(depth, f.depth);
+            EXPECT_EQ(row.pixelType, f.getTypeID());
+        } else if (mono.count(name) || rgb.count(name) || bgr.count(name) || name == "RGBa8" ||
+                   name == "BGRa8" || name == "YUV422_8_UYVY") {
+            const ClrMode mode = mono.count(name)                     ? ClrMono
+                                 : name == "RGBa8" || name == "BGRa8" ? ClrRGBA
+                                 : name == "YUV422_8_UYVY"            ? ClrYUV
+                                                                      : ClrRGB;
+            EXPECT_EQ(mode, f.mode);
+            EXPECT_EQ(depth, f.depth);
+            EXPECT_EQ(endsWith(name, "p") ? "usb" : "", f.option);
+            if (mode == ClrRGB || mode == ClrRGBA) {
+                EXPECT_EQ(startsWith(name, "BGR") ? 1 : 0, f.order);
+            }
+            EXPECT_EQ(row.pixelType, f.getTypeID());
+        } else {
+            EXPECT_FALSE(f.valid());
+            EXPECT_EQ(0u, f.getTypeID());
+        }
+    }
+}
+
+TEST(PixelFormatRules, SizesScalesAndEdgeWords) {
+    PixelFormat bayer(0x0310052D);
+    EXPECT_EQ(ClrBayer, bayer.mode);
+    EXPECT_EQ(0, bayer.order);
+    EXPECT_EQ(16, bayer.depth);
+    EXPECT_EQ(0x0110052Du, bayer.getTypeID());
+    EXPECT_FALSE(PixelFormat(0x010C1204).valid());
+
+    PixelFormat mono(ClrMono, 8, 0);
+    EXPECT_EQ(1000, mono.strideFor(1000, 4));
+    EXPECT_EQ(1000, mono.sizeFor(1000, -1, 4));
+    EXPECT_EQ(0, mono.strideFor(0, 4));
+    mono.depth = 12;
+    EXPECT_EQ(2000, mono.strideFor(1000, 4));
+    EXPECT_EQ(0.0625, mono.scale(8));
+    EXPECT_EQ(-4, mono.shift(8));
+    EXPECT_EQ(16.0, mono.scale(16));
+    mono.option = "usb";
+    EXPECT_EQ(1500, mono.strideFor(1000, 4));
+    mono.depth = 10;
+    EXPECT_EQ(1250, mono.strideFor(1000, 4));
+
+    PixelFormat rgb(ClrRGB, 8, 0);
+    EXPECT_EQ(24, rgb.bpp());
+    EXPECT_EQ(304, rgb.strideFor(101, 4)); // 303 rounded up to four
+    EXPECT_EQ(PixelFormat(ClrRGBA, 8, 1).bpp(), 32);
+    EXPECT_EQ(PixelFormat(ClrBayer, 12, 0).bpp(), 16);
+
+    EXPECT_EQ(0u, PixelFormat(ClrRGBA, 16, 0).getTypeID());
+    EXPECT_EQ(0u, PixelFormat(ClrYUV, 8, 1).getTypeID());
+    EXPECT_EQ(0x010C0000u, PixelFormat(ClrBayer, 14, 0, "usb").getTypeID());
+    EXPECT_EQ(0u, PixelFormat(ClrTrueSense, 8, 16).getTypeID());
+    EXPECT_EQ(0u, PixelFormat(ClrTrueSense, 9, 0).getTypeID());
+    EXPECT_EQ(0x0230057Cu, PixelFormat(ClrRGB, 9, 1).getTypeID()); // BGR16 for other depths
+    EXPECT_EQ(0x01080101u, PixelFormat(ClrMono, 9, 0).getTypeID());
+
+    PixelFormat shut(0x01080101);
+    shut.option = "x";
+    shut.shut();
+    EXPECT_FALSE(shut.valid());
+    EXPECT_TRUE(shut.option.empty());
+}
+
+TEST(PixelFormatRules, AssignmentTakesTypeAndMergesProperties) {
+    PixelFormat a(0x010C2307), b; // Mono12p
+    a.props.set("k", "1", true);
+    b.props.set("k", "0", true);
+    b.props.set("own", "x", true);
+    b = a;
+    EXPECT_EQ(ClrMono, b.mode);
+    EXPECT_EQ(12, b.depth);
+    EXPECT_EQ("usb", b.option);
+    EXPECT_EQ("1", b.props.get("k"));
+    EXPECT_EQ("x", b.props.get("own"));
+    b = b;
+    EXPECT_EQ(2, b.props.count());
+    PixelFormat c(a);
+    EXPECT_EQ("1", c.props.get("k"));
+
+    // A Bayer format travels as its family-1 word, which names no Bayer type: the mode of the
+    // target stays what it was.
+    PixelFormat bayer(0x0310052D), fresh;
+    fresh = bayer;
+    EXPECT_FALSE(fresh.valid());
+    PixelFormat again(0x0110052D);
+    EXPECT_FALSE(again.valid());
+}
+
+TEST(RgbColorValues, LevelsAndFractionsStayInStep) {
+    RgbColor c;
+    c.setInt(5, -1, -1, 0);
+    EXPECT_EQ(5, c.g);
+    EXPECT_EQ(5, c.b);
+    c.setInt(255, 254, 0, 0);
+    EXPECT_EQ(1.0, c.red);
+    EXPECT_EQ(0.9921875, c.green);
+    EXPECT_EQ(0.0, c.blue);
+
+    c.setDbl(1.0, 0.5, 0.25, 0.999995);
+    EXPECT_EQ(255, c.r);
+    EXPECT_EQ(128, c.g);
+    EXPECT_EQ(64, c.b);
+    EXPECT_EQ(255, c.a); // within 0.00001 of full scale
+
+    c.setClr(0x123456, 7);
+    EXPECT_EQ(0x56, c.r);
+    EXPECT_EQ(0x34, c.g);
+    EXPECT_EQ(0x12, c.b);
+    EXPECT_EQ(7, c.a);
+    EXPECT_EQ(0x123456u, static_cast<unsigned int>(c));
+
+    c.setDbl(0.5);
+    c.setColors(4096);
+    EXPECT_EQ(12, c.depth);
+    EXPECT_EQ(2048, c.r);
+    EXPECT_EQ(2048u, static_cast<unsigned int>(c)); // a grey level beyond 8 bits
+    c.setColors(0, 8);                              // ignored
+    EXPECT_EQ(4096, c.colors);
+    c.setDepth(10);
+    EXPECT_EQ(1024, c.colors);
+    EXPECT_EQ(512, c.r);
+    EXPECT_NEAR(0.5 / 64, c.getDbl(0, true), 1e-12);
+    EXPECT_EQ(0.0, c.getDbl(4));
+    EXPECT_FLOAT_EQ(0.5f, c.getFlt(1));
+
+    c.setOpc(2);
+    EXPECT_EQ(2, c.opacity);
+    c.setOpc(3);
+    EXPECT_EQ(0, c.opacity);
+}
+
+TEST(RgbColorValues, IntensityAndConversions) {
+    RgbColor c;
+    c.setInt(255, 0, 0, 9);
+    EXPECT_EQ(79, c.intensity()); // 256 * 0.3086 = 79.0
+    c.decolorize();
+    EXPECT_EQ(79, c.r);
+    EXPECT_EQ(79, c.b);
+    EXPECT_EQ(0, c.a);
+    c.setInt(255, 255, 255, 0);
+    EXPECT_EQ(255, c.intensity()); // 256 would be out of range
+
+    double d[4] = {-1, -1, -1, -1};
+    RgbColor::convert(d, 1, 2, 3, 4, 0); // no levels: nothing
+    EXPECT_EQ(-1.0, d[0]);
+    RgbColor::convert(d, 128, 300, 0, 255, 256);
+    EXPECT_EQ(0.5, d[0]);
+    EXPECT_EQ(1.0, d[1]);
+    EXPECT_EQ(1.0, d[3]);
+    int i[4];
+    RgbColor::convert(i, 0.5, 1.2, 0.0, 0.99999, 1024);
+    EXPECT_EQ(512, i[0]);
+    EXPECT_EQ(1023, i[1]);
+    EXPECT_EQ(1023, i[3]);
+    RgbColor::convert(i, 0xAABBCCu, 5);
+    EXPECT_EQ(0xCC, i[0]);
+    EXPECT_EQ(0xAA, i[2]);
+    EXPECT_EQ(5, i[3]);
+}
+
+TEST(RgbColorValues, TextForms) {
+    EXPECT_EQ("1.000000r;0.500000r;0.000000r;", RgbColor::saveText<double>(1, 0.5, 0));
+    double r = -1, g = -1, b = -1;
+    EXPECT_FALSE(RgbColor::readText<double>("", r, g, b));
+    EXPECT_EQ(-1.0, r);
+    ASSERT_TRUE(RgbColor::readText<double>("255;0;0;", r, g, b));
+    EXPECT_EQ(255.0, r);
+    EXPECT_EQ(0.0, g);
+    ASSERT_TRUE(RgbColor::readText<double>("0.5r;0.5r;0.5r;", r, g, b));
+    EXPECT_EQ(0.5, b);
+    ASSERT_TRUE(RgbColor::readText<double>("7.9;0.25r;3", r, g, b));
+    EXPECT_EQ(7.0, r); // an integer part loses its fraction
+    EXPECT_EQ(0.25, g);
+    EXPECT_EQ(3.0, b);
+    EXPECT_THROW(RgbColor::readText<double>("1;2", r, g, b), std::out_of_range);
+    EXPECT_THROW(RgbColor::readText<double>("1;;2;", r, g, b), std::out_of_range);
+    EXPECT_THROW(RgbColor::readText<double>("x;1;2;", r, g, b), std::invalid_argument);
+}
+
+TEST(LookupTableCalc, IdentityGainOffsetGamma) {
+    LookupTable none(100, 3);
+    EXPECT_EQ(0, none.entries);
+    EXPECT_EQ(nullptr, none.values[0]);
+    none.calc();
+
+    LookupTable t(256, 7);
+    EXPECT_EQ(4, t.channels);
+    for (int c = 0; c < 4; ++c)
+        for (int i : {0, 17, 256}) {
+            EXPECT_EQ(i, t.values[c][i]);
+            EXPECT_EQ(i, t.levels[c][i]);
+        }
+    t.gain[0] = 2.0;
+    t.gain[1] = 0.5;
+    t.offset[2] = 0.1;
+    t.calc();
+    EXPECT_EQ(20, t.values[0][10]);
+    EXPECT_EQ(255, t.values[0][200]); // clamped to the top
+    EXPECT_EQ(3, t.values[1][5]);     // 2.5 rounds away from zero
+    EXPECT_EQ(26, t.values[2][0]);    // 255 * 0.1 = 25.5
+    EXPECT_EQ(20, t.values[3][10]);   // channel 3 follows channel 0
+    EXPECT_EQ(10, t.levels[0][10]);   // levels stay
+
+    t.init(1024, 1);
+    t.gamma = 0.5;
+    t.calc();
+    EXPECT_EQ(10, t.values[0][100]); // gamma on levels: sqrt(100)
+    EXPECT_EQ(0, t.values[0][0]);    // 0.004 ^ 0.5 rounds to 0
+    t.gamma = 1.00000001;            // within the tolerance of one: no gamma
+    t.calc();
+    EXPECT_EQ(100, t.values[0][100]);
+
+    int data[3] = {7, 8, 9};
+    t.setValues(0, data, 3);
+    EXPECT_EQ(8, t.getValues(0)[1]);
+    t.setValues(9, data, 3); // channel clamped to 3, which has no table with one channel
+    t.setLevels(-5, data, 2000);
+    EXPECT_EQ(0, t.getLevels(0)[0]);
+    t.shut();
+    EXPECT_EQ(nullptr, t.getValues(0));
+}
+
+TEST(TrectText, FormatsFourNumbers) {
+    TRECT<double> r{1, 2, 3.5, 4};
+    EXPECT_EQ("1.000000;2.000000-3.500000;4.000000", r.text());
+    EXPECT_EQ("1.0;2.0-3.5;4.0", r.text("%.1f"));
+    TRECT<int> i{-1, 2, 30, 40};
+    EXPECT_EQ("-1;2-30;40", i.text());
+    TPAIRS<int> line{{1, 2}, {3, 4}};
+    EXPECT_EQ(3, line[1].x);
+}
