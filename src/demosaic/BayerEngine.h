@@ -1,0 +1,37 @@
+#pragma once
+
+#include "demosaic/BayerFrame.h"
+#include "demosaic/BayerIsa.h"
+#include "demosaic/BayerScratch.h"
+#include "demosaic/BayerThreadPool.h"
+
+#include <memory>
+#include <vector>
+
+namespace BrxDemosaic {
+
+// Runs one algorithm over a frame: splits it in bands of rows (tiles for the edge-directed
+// method), shares them out over the thread pool and keeps each worker's scratch memory.
+class BayerEngine {
+public:
+    // `threads` counts the caller; 0 means one per core.
+    explicit BayerEngine(int threads = 0);
+
+    // False for a frame the kernels cannot take (see valid()) or when memory runs out.
+    bool run(BayerFrame const& frame, int algorithm);
+
+    // The frame's sizes, depth, strides and pointers make sense.
+    static bool valid(BayerFrame const& frame);
+
+    int threads() const { return pool.size(); }
+    // Forces the x86-64 baseline kernels, or the best ones again.
+    void useBaseline(bool baseline);
+    char const* isaName() const { return isa->name; }
+
+private:
+    BayerThreadPool pool;
+    std::vector<std::unique_ptr<BayerScratch>> scratch;
+    BayerIsa const* isa;
+};
+
+} // namespace BrxDemosaic

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "demosaic/BayerFrame.h"
+#include "demosaic/BayerScratch.h"
+
+namespace BrxDemosaic {
+
+// The pixel kernels compiled for one instruction set. The same source is built once for the
+// x86-64 baseline (SSE2) and once for AVX2 with FMA; `best()` picks at run time.
+struct BayerIsa {
+    const char* name;
+    // Rows [y0, y1) of the frame, all columns.
+    bool (*bilinear)(BayerFrame const& frame, int y0, int y1, BayerScratch& scratch);
+    bool (*gradient)(BayerFrame const& frame, int y0, int y1, BayerScratch& scratch);
+    // The tile of `cols` x `rows` pixels at (x0, y0); x0 and y0 even.
+    bool (*rcd)(BayerFrame const& frame, int x0, int y0, int cols, int rows, BayerScratch& scratch);
+
+    // Working memory a tile of `cols` x `rows` of the edge-directed method needs.
+    size_t (*rcdBytes)(int cols, int rows);
+
+    // The fastest table this processor runs.
+    static BayerIsa const& best();
+    // The table for every x86-64 processor.
+    static BayerIsa const& baseline();
+};
+
+// The two instances, one per translation unit.
+BayerIsa const& bayerIsaBaseline();
+BayerIsa const& bayerIsaAvx2();
+
+} // namespace BrxDemosaic

@@ -1,0 +1,18 @@
+#include "demosaic/BayerIsa.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace BrxDemosaic {
+namespace isa_baseline {
+#include "demosaic/BayerKernels.inc"
+} // namespace isa_baseline
+
+BayerIsa const& bayerIsaBaseline() {
+    static BayerIsa const isa = {"sse2", &isa_baseline::bilinear, &isa_baseline::gradient,
+                                 &isa_baseline::rcd, &isa_baseline::rcdBytes};
+    return isa;
+}
+
+} // namespace BrxDemosaic
