@@ -3,8 +3,11 @@
 #include "image/QTDImageHelpers.h"
 
 #include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <exception>
 
@@ -58,6 +61,66 @@ Conditions conditionsFor(uint32_t sourceType, uint32_t sourceDepth, uint32_t tar
     c.targetBgr = isIn(BGR_INDEX, targetType);
     c.swap = c.sourceBgr != c.targetBgr || (targetType == 0 && c.sourceBgr);
     return c;
+}
+
+// Rows of `bytesPerRow` bytes, `stride` apart, that lie inside the record's buffer.
+bool rowsFit(const BrxImage* image, uint64_t bytesPerRow) {
+    return uint64_t(image->stride) >= bytesPerRow &&
+           uint64_t(image->stride) * image->height <= image->imageSize;
+}
+
+// Narrows deep samples to 8 bits exactly as shifting right by `shift` and saturating does:
+// floor(v / 2^shift) is v * 2^-shift less just under one half, rounded. All of it is exact in
+// single precision, and OpenCV's vectorised convertTo does it without touching the source.
+void narrow(const cv::Mat& wide, cv::Mat& narrowed, int shift) {
+    const double scale = std::ldexp(1.0, -shift);
+    const double offset = shift > 0 ? std::ldexp(1.0, -shift - 1) - 0.5 : 0.0;
+    wide.convertTo(narrowed, CV_8U, scale, offset);
+}
+
+// Deep mono to an 8-bit three-channel image in one pass over the pixels: bands of rows small
+// enough to stay in cache are narrowed into `scratch` and expanded from there, in parallel.
+// The result is that of shifting a copy of the source, narrowing it and expanding grey to RGB.
+bool narrowMonoToRgb(BrxImage* source, BrxImage* scratch, BrxImage* target) {
+    const int width = int(source->width);
+    const int height = int(source->height);
+    if (source->channels != 1 || target->channels != 3 || !rowsFit(source, 2ull * width) ||
+        !rowsFit(target, 3ull * width) || scratch == nullptr || scratch->imageData == nullptr ||
+        scratch->height < source->height || !rowsFit(scratch, uint64_t(width))) {
+        return false;
+    }
+    const int shift = int(source->bitsPerChannel) - 8;
+    const cv::Mat wide(height, width, CV_16UC1, source->imageData, source->stride);
+    const cv::Mat grey(height, width, CV_8UC1, scratch->imageData, scratch->stride);
+    const cv::Mat rgb(height, width, CV_8UC3, target->imageData, target->stride);
+    constexpr int Band = 16;
+    cv::parallel_for_(cv::Range(0, (height + Band - 1) / Band), [&](const cv::Range& bands) {
+        for (int band = bands.start; band < bands.end; ++band) {
+            const cv::Range rows(band * Band, std::min(height, band * Band + Band));
+            cv::Mat greyRows = grey.rowRange(rows);
+            cv::Mat rgbRows = rgb.rowRange(rows);
+            narrow(wide.rowRange(rows), greyRows, shift);
+            cv::cvtColor(greyRows, rgbRows, cv::COLOR_GRAY2BGR);
+        }
+    });
+    return true;
+}
+
+// One block copy; a large one is shared out over OpenCV's worker threads in parts of a few
+// megabytes, as its own conversions are.
+void copyBlock(void* target, const void* source, size_t bytes) {
+    constexpr size_t Part = size_t(4) << 20;
+    if (bytes < 2 * Part) {
+        std::memcpy(target, source, bytes);
+        return;
+    }
+    const int parts = int((bytes + Part - 1) / Part);
+    cv::parallel_for_(cv::Range(0, parts), [&](const cv::Range& range) {
+        const size_t begin = size_t(range.start) * Part;
+        const size_t end = std::min(bytes, size_t(range.end) * Part);
+        std::memcpy(static_cast<char*>(target) + begin, static_cast<const char*>(source) + begin,
+                    end - begin);
+    });
 }
 
 // Red and blue change places; 8- and 16-bit samples.
@@ -240,8 +303,8 @@ int CPUIPImage::process(BrxImage* input, BrxImage* destination) {
     }
     if (input->stride == destination->stride) {
         // Never more than either buffer holds, whatever the records claim.
-        std::memcpy(destination->imageData, input->imageData,
-                    std::min(input->imageSize, destination->imageSize));
+        copyBlock(destination->imageData, input->imageData,
+                  std::min(input->imageSize, destination->imageSize));
         return CodeOk;
     }
     const bool copied = input->bitsPerChannel == 8
@@ -261,28 +324,30 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
         if (!hasPixels(depthImage) || depthImage->imageSize < source->imageSize) {
             return false;
         }
-        if (depthImage->imageSize == source->imageSize) {
-            std::memcpy(depthImage->imageData, source->imageData, source->imageSize);
-        } else if (!QTDImageHelpers::dataCopy16b(source, depthImage)) {
-            return false;
-        }
         if (!c.monoToRgb && !c.swap) {
             if (!sameArea(depthImage, target) || depthImage->bitsPerChannel == 8 ||
                 target->bitsPerChannel != 8) {
                 return false;
             }
-            const int samples = int(depthImage->width * depthImage->channels);
-            if (depthImage->stride < uint32_t(samples) * 2 || target->stride < uint32_t(samples) ||
-                size_t(target->stride) * target->height > target->imageSize) {
+            const int samples = int(source->width * source->channels);
+            if (!rowsFit(source, uint64_t(samples) * 2) || !rowsFit(target, uint64_t(samples))) {
                 return false;
             }
-            QTDImageHelpers::dataShift16b(depthImage, nullptr, 8 - int(depthImage->bitsPerChannel));
-            cv::Mat wide(int(depthImage->height), samples, CV_16UC1, depthImage->imageData,
-                         depthImage->stride);
-            cv::Mat narrow(int(target->height), samples, CV_8UC1, target->imageData,
-                           target->stride);
-            wide.convertTo(narrow, CV_8U, 1.0, 0.0);
+            const cv::Mat wide(int(source->height), samples, CV_16UC1, source->imageData,
+                               source->stride);
+            cv::Mat narrowed(int(target->height), samples, CV_8UC1, target->imageData,
+                             target->stride);
+            narrow(wide, narrowed, int(source->bitsPerChannel) - 8);
             return true;
+        }
+        if (c.monoToRgb && narrowMonoToRgb(source, rgbImage, target)) {
+            return true;
+        }
+        // The general way: shift a copy of the source, narrow it, then expand or swap.
+        if (depthImage->imageSize == source->imageSize) {
+            std::memcpy(depthImage->imageData, source->imageData, source->imageSize);
+        } else if (!QTDImageHelpers::dataCopy16b(source, depthImage)) {
+            return false;
         }
         if (!hasPixels(rgbImage) || !QTDImageHelpers::dataShift16b8b(depthImage, rgbImage)) {
             return false;
