@@ -17,22 +17,20 @@ using namespace QTD::Procs;
 
 namespace {
 
-// Factories of the CPU composition. A stage kind that is not built yet stays null here and is
-// wired in by filling its line.
-BrxImgProcessor* createYUV2RGB(BrxComponent* p) {
-    return BrxDisplayCPU::YUV2RGB::CreateComponent(p);
+template <class Kind> BrxImgProcessor* create(BrxComponent* parent) {
+    return Kind::CreateComponent(parent);
 }
-BrxImgProcessor* createUnpack(BrxComponent* p) {
-    return BrxDisplayCPU::Unpack::CreateComponent(p);
-}
-BrxImgProcessor* createImage(BrxComponent* p) {
-    return BrxDisplayCPU::Image::CreateComponent(p);
-}
-BrxImgProcessor* createColorCorrection(BrxComponent* p) {
-    return BrxDisplayCPU::ColorCorrection::CreateComponent(p);
-}
-BrxImgProcessor* (*const createCpuBayer)(BrxComponent*) = nullptr;   // the CPU Bayer stage
-BrxImgProcessor* (*const createCpuOverlay)(BrxComponent*) = nullptr; // the CPU overlay stage
+
+// Factories of the CPU composition. A kind whose stage is not built yet is null here, and is
+// wired in by its own line: create<BrxDisplayCPU::Bayer>, create<BrxDisplayCPU::ImageOverlay>.
+// Until then a mosaic cannot be composed, and the chain goes without an overlay stage.
+using Factory = BrxImgProcessor* (*)(BrxComponent* parent);
+const Factory createYUV2RGB = create<BrxDisplayCPU::YUV2RGB>;
+const Factory createUnpack = create<BrxDisplayCPU::Unpack>;
+const Factory createImage = create<BrxDisplayCPU::Image>;
+const Factory createColorCorrection = create<BrxDisplayCPU::ColorCorrection>;
+const Factory createCpuBayer = nullptr;
+const Factory createCpuOverlay = nullptr;
 
 // A pass is bracketed by the surface's begin and end, so that GPU stages draw into a current
 // context.
@@ -285,7 +283,6 @@ int QTDProcessor::initCPU(BrxImage* input, BrxImage* output) {
     if (composeStep(createColorCorrection, "image.colorcorrection", nullptr, nullptr) != 0) {
         return CodeFailed;
     }
-    // Until the CPU overlay stage is built the chain goes without one.
     if (createCpuOverlay != nullptr &&
         composeStep(createCpuOverlay, "image.overlay", nullptr, nullptr) != 0) {
         return CodeFailed;
