@@ -10,6 +10,8 @@ namespace {
 // small enough that its float planes stay in the core's cache.
 constexpr int RCD_TILE_COLS = 512;
 constexpr int RCD_TILE_ROWS = 48;
+// Sides beyond this would overflow the kernels' int arithmetic on positions.
+constexpr int MAX_SIDE = 1 << 24;
 } // namespace
 
 BayerEngine::BayerEngine(int threads) : pool(threads), isa(&BayerIsa::best()) {
@@ -22,7 +24,8 @@ void BayerEngine::useBaseline(bool baseline) {
 }
 
 bool BayerEngine::valid(BayerFrame const& f) {
-    if (!f.src || !f.dst || f.width < 2 || f.height < 2)
+    if (!f.src || !f.dst || f.width < 2 || f.height < 2 || f.width > MAX_SIDE ||
+        f.height > MAX_SIDE)
         return false;
     if (f.bytes != 1 && f.bytes != 2)
         return false;
@@ -30,13 +33,15 @@ bool BayerEngine::valid(BayerFrame const& f) {
         return false;
     if (f.pattern < PATTERN_GR || f.pattern > PATTERN_GB)
         return false;
+    // The output may run upwards (a negative stride); the input always runs down.
+    ptrdiff_t const dstStep = f.dstStride < 0 ? -f.dstStride : f.dstStride;
     if (f.srcStride < static_cast<ptrdiff_t>(f.width) * f.bytes ||
-        f.dstStride < static_cast<ptrdiff_t>(f.width) * 3 * f.bytes)
+        dstStep < static_cast<ptrdiff_t>(f.width) * 3 * f.bytes)
         return false;
     if (f.bytes == 2) {
         auto odd = [](uintptr_t v) { return (v & 1) != 0; };
         if (odd(reinterpret_cast<uintptr_t>(f.src)) || odd(reinterpret_cast<uintptr_t>(f.dst)) ||
-            odd(static_cast<uintptr_t>(f.srcStride)) || odd(static_cast<uintptr_t>(f.dstStride)))
+            odd(static_cast<uintptr_t>(f.srcStride)) || odd(static_cast<uintptr_t>(dstStep)))
             return false;
     }
     return true;
