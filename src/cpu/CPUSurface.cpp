@@ -1,0 +1,232 @@
+#include "cpu/CPUSurface.h"
+
+#include "cpu/CPUSurfaceText.h"
+
+#include <QBackingStore>
+#include <QColor>
+#include <QImage>
+#include <QLine>
+#include <QPainter>
+#include <QPen>
+#include <QPixmap>
+#include <QRect>
+#include <QRegion>
+#include <QWindow>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+constexpr uint32_t TYPE_RGB8 = 0x02180171;
+
+// Qt::SolidLine .. Qt::CustomDashLine, the last one twice.
+constexpr int QT_STYLES[7] = {1, 2, 3, 4, 5, 6, 6};
+constexpr int const* STYLES = QT_STYLES;
+
+int roundHalfAway(double v) {
+    return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5);
+}
+
+QColor toQColor(QTD::RgbColor const& c) {
+    return QColor(std::clamp(roundHalfAway(c.red * 255), 0, 255),
+                  std::clamp(roundHalfAway(c.green * 255), 0, 255),
+                  std::clamp(roundHalfAway(c.blue * 255), 0, 255), 255);
+}
+
+} // namespace
+
+CPUSurface::CPUSurface() = default;
+
+CPUSurface::~CPUSurface() {
+    shut();
+}
+
+bool CPUSurface::init(QTD::PROPERTIES* p) {
+    QWindow* w = p ? static_cast<QWindow*>(p->get("window").as<void*>()) : nullptr;
+    if (!w)
+        return false;
+    shut();
+    window = w;
+    textHandler = new CPUSurfaceText(&props);
+    store = new QBackingStore(w);
+    store->resize(w->size());
+    QRect geometry = w->geometry();
+    width = geometry.width();
+    height = geometry.height();
+    area.x = 0;
+    area.y = 0;
+    area.width = width;
+    area.height = height;
+    QTD::ATTR value;
+    if (p->find("size.x", &value))
+        width = value.as<int>();
+    if (p->find("size.y", &value))
+        height = value.as<int>();
+    area.width = width;
+    area.height = height;
+    if (p->find("area.pos.x", &value))
+        area.x = value.as<double>();
+    if (p->find("area.pos.y", &value))
+        area.y = value.as<double>();
+    if (p->find("area.dim.w", &value))
+        area.width = value.as<double>();
+    if (p->find("area.dim.h", &value))
+        area.height = value.as<double>();
+    props.set("window", QTD::ATTR(static_cast<void*>(w)), true);
+    props.set("area", area.text(), true);
+    props.set("size", QTD::ATTR::format("%d;%d", width, height), true);
+    return true;
+}
+
+int CPUSurface::shut() {
+    end();
+    delete textHandler;
+    textHandler = nullptr;
+    delete store;
+    store = nullptr;
+    window = nullptr;
+    return 1;
+}
+
+void CPUSurface::setSize(int w, int h) {
+    width = w;
+    height = h;
+    if (store && w > 0 && h > 0 && store->size() != QSize(w, h))
+        store->resize(QSize(w, h));
+}
+
+bool CPUSurface::isValid() {
+    return store && width != 0 && height != 0;
+}
+
+bool CPUSurface::begin(QTD::PROPERTIES* p) {
+    if (!isValid() || width < 0 || height < 0)
+        return false;
+    // A bracket left open is closed first: one painter at a time.
+    end();
+    store->beginPaint(QRegion(QRect(QPoint(0, 0), QPoint(width - 1, height - 1))));
+    painter = new QPainter(store->paintDevice());
+    if (auto* text = dynamic_cast<CPUSurfaceText*>(textHandler))
+        text->painter = painter;
+    QTD::ATTR address(static_cast<void*>(painter));
+    props.set("painter", address, true);
+    if (p && p != &props)
+        p->set("painter", address, true);
+    return true;
+}
+
+void CPUSurface::end() {
+    if (!painter)
+        return;
+    if (auto* text = dynamic_cast<CPUSurfaceText*>(textHandler))
+        text->painter = nullptr;
+    delete painter;
+    painter = nullptr;
+    props.set("painter", "0", true);
+    store->endPaint();
+}
+
+void CPUSurface::flush(QTD::PROPERTIES*) {
+    if (!isValid() || width < 0 || height < 0)
+        return;
+    store->flush(QRegion(QRect(QPoint(0, 0), QPoint(width - 1, height - 1))), window, QPoint(0, 0));
+}
+
+QTD::ATTR CPUSurface::descriptor(QTD::ATTR name) {
+    QTD::ATTR base = QTDSurface::descriptor(name);
+    return QTD::ATTR::format("%s [%s/%s]", base.c_str(),
+                             QTD::ATTR(static_cast<void*>(window)).c_str(),
+                             QTD::ATTR(static_cast<void*>(store)).c_str());
+}
+
+void CPUSurface::createPen(QPen& pen, QTD::RgbColor* color, int width, int style) {
+    pen.setStyle(static_cast<Qt::PenStyle>(QT_STYLES[std::clamp(style, 0, 6)]));
+    if (color)
+        pen.setColor(toQColor(*color));
+    if (width > 0)
+        pen.setWidth(width);
+}
+
+void CPUSurface::polyLine(QTD::TPAIRS<int>& points, QTD::RgbColor* color, int width, int style) {
+    if (!painter)
+        return;
+    QPen pen;
+    if (style != 0) {
+        Qt::PenStyle chosen = Qt::NoPen;
+        for (int i = 0; i < 7; ++i)
+            if (STYLES[i] == style) {
+                chosen = static_cast<Qt::PenStyle>(STYLES[i]);
+                break;
+            }
+        pen.setStyle(chosen);
+    }
+    // Black counts as "no colour" here and leaves the pen's own.
+    if (color && static_cast<unsigned int>(*color) != 0)
+        pen.setColor(toQColor(*color));
+    if (width != 1 && width >= 0)
+        pen.setWidth(width);
+    painter->setPen(pen);
+    for (size_t i = 1; i < points.size(); ++i) {
+        QLine segment(points[i - 1].x, points[i - 1].y, points[i].x, points[i].y);
+        painter->drawLines(&segment, 1);
+    }
+}
+
+void CPUSurface::rect(int x, int y, int w, int h, QTD::RgbColor* color, int width, int style) {
+    if (!painter || (w == 0 && h == 0))
+        return;
+    QPen pen;
+    createPen(pen, color, width, style);
+    painter->setPen(pen);
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRect(x, y, w, h);
+}
+
+void CPUSurface::fillRect(int x, int y, int w, int h, QTD::RgbColor* color) {
+    if (!painter)
+        return;
+    QTD::RgbColor fill(0, 0, 0, 0, 256);
+    if (color) {
+        fill = *color;
+    } else {
+        auto copy = colors;
+        auto found = copy.find("fill");
+        if (found != copy.end())
+            fill = found->second;
+    }
+    if (x == -1)
+        x = 0;
+    if (y == -1)
+        y = 0;
+    if (w == -1)
+        w = width;
+    if (h == -1)
+        h = height;
+    painter->fillRect(QRect(x, y, w, h), toQColor(fill));
+}
+
+void CPUSurface::image(BrxImage* img, QTD::TRECT<double>* target, QTD::TRECT<double>* source) {
+    if (!painter || !img || img->pixelType != TYPE_RGB8 || img->width == 0 || img->height == 0 ||
+        !img->imageData || img->width > (1u << 28) || img->height > (1u << 28))
+        return;
+    int w = static_cast<int>(img->width);
+    int h = static_cast<int>(img->height);
+    size_t stride = img->stride ? img->stride : static_cast<size_t>(w) * 3;
+    // The pixels are wrapped, not copied: their extent must be there.
+    if (stride < static_cast<size_t>(w) * 3 ||
+        (img->imageSize != 0 && img->imageSize < stride * (h - 1) + static_cast<size_t>(w) * 3))
+        return;
+    QRectF from(0, 0, w, h);
+    if (source)
+        from =
+            QRectF(roundHalfAway(source->x), roundHalfAway(source->y),
+                   std::abs(roundHalfAway(source->width)), std::abs(roundHalfAway(source->height)));
+    QRectF to(0, 0, width, height);
+    if (target)
+        to = QRectF(roundHalfAway(target->x), roundHalfAway(target->y),
+                    roundHalfAway(target->width), roundHalfAway(target->height));
+    QImage wrapped(static_cast<uchar const*>(img->imageData), w, h, static_cast<int>(stride),
+                   QImage::Format_RGB888);
+    painter->drawPixmap(to, QPixmap::fromImage(wrapped), from);
+}

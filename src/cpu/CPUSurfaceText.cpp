@@ -1,0 +1,39 @@
+#include "cpu/CPUSurfaceText.h"
+
+#include <QColor>
+#include <QFont>
+#include <QPainter>
+#include <QString>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+CPUSurfaceText::CPUSurfaceText(QTD::PROPERTIES* props) : QTD::SurfaceText(props) {
+    addDefaultFonts();
+}
+
+CPUSurfaceText::~CPUSurfaceText() {
+    painter = nullptr;
+}
+
+int CPUSurfaceText::drawLine(char const* text, int x, int y, QTD::ATTR font, QTD::RgbColor* c) {
+    FontInfo info;
+    if (!painter || !text || !*text || !findFont(font, info) || !info.font)
+        return 0;
+    QTD::RgbColor const& use = c ? *c : color;
+    QColor pen;
+    pen.setRgb(std::clamp(use.r, 0, 255), std::clamp(use.g, 0, 255), std::clamp(use.b, 0, 255),
+               255);
+    painter->setFont(*info.font);
+    painter->setPen(pen);
+    // The part behind each tab starts at the next stop past the part before it.
+    std::vector<std::string> segments = tabSegments(text);
+    for (size_t i = 0; i < segments.size(); ++i) {
+        if (!segments[i].empty())
+            painter->drawText(x, y, QString::fromLocal8Bit(segments[i].c_str()));
+        if (i + 1 < segments.size())
+            x += tabAdvance(info, segments[i].c_str());
+    }
+    return 1;
+}

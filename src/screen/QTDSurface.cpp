@@ -1,0 +1,96 @@
+#include "screen/QTDSurface.h"
+
+#include "screen/SurfaceText.h"
+
+namespace {
+
+int roundHalfAway(double v) {
+    return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5);
+}
+
+} // namespace
+
+QTDSurface::QTDSurface() {
+    colors["line"] = QTD::RgbColor(0, 0, 0, 0, 256);
+    colors["fill"] = QTD::RgbColor(0, 0, 0, 0, 256);
+}
+
+QTDSurface::~QTDSurface() {
+    delete textHandler;
+    textHandler = nullptr;
+}
+
+bool QTDSurface::init(QTD::PROPERTIES*) {
+    return true;
+}
+
+int QTDSurface::shut() {
+    return 1;
+}
+
+void QTDSurface::setSize(int w, int h) {
+    width = w;
+    height = h;
+}
+
+bool QTDSurface::begin(QTD::PROPERTIES*) {
+    return true;
+}
+
+void QTDSurface::end() {}
+
+void QTDSurface::flush(QTD::PROPERTIES*) {}
+
+bool QTDSurface::isValid() {
+    return true;
+}
+
+QTD::ATTR QTDSurface::descriptor(QTD::ATTR name) {
+    QTD::ATTR size = QTD::ATTR::format("%d;%d", width, height);
+    QTD::ATTR areaText = area.text();
+    if (name.empty())
+        return QTD::ATTR::format("(size=%s; area=%s)", size.c_str(), areaText.c_str());
+    return QTD::ATTR::format("%s (size=%s; area=%s)", name.c_str(), size.c_str(), areaText.c_str());
+}
+
+void QTDSurface::polyLine(QTD::TPAIRS<int>&, QTD::RgbColor*, int, int) {}
+
+void QTDSurface::line(int x1, int y1, int x2, int y2, QTD::RgbColor* color, int width, int style) {
+    QTD::TPAIRS<int> points(2);
+    points[0].x = x1;
+    points[0].y = y1;
+    points[1].x = x2;
+    points[1].y = y2;
+    polyLine(points, color, width, style);
+}
+
+void QTDSurface::rect(int, int, int, int, QTD::RgbColor*, int, int) {}
+
+void QTDSurface::fillRect(int, int, int, int, QTD::RgbColor*) {}
+
+void QTDSurface::image(BrxImage*, QTD::TRECT<double>*, QTD::TRECT<double>*) {}
+
+void QTDSurface::text(char const* text, int x, int y, QTD::ATTR font, QTD::RgbColor* color) {
+    if (textHandler)
+        textHandler->drawText(text, x, y, font, color);
+}
+
+double QTDSurface::areaX(int x) {
+    return x - area.x;
+}
+
+double QTDSurface::areaY(int y) {
+    return y - area.y;
+}
+
+int QTDSurface::surfX(int x) {
+    return roundHalfAway(x + area.x);
+}
+
+int QTDSurface::surfY(int y) {
+    return roundHalfAway(y + area.y);
+}
+
+int QTDSurface::checkError(char const*, bool, bool) {
+    return 1;
+}
