@@ -22,7 +22,7 @@ void sleepMilliseconds(long ms) {
 } // namespace
 
 Thread::Thread(char const* name)
-    : running(false), stopping(false), name(name), thread(nullptr), exitCode(0) {}
+    : running(false), stopping(false), name(name), thread(nullptr), exitCode(0), launches(0) {}
 
 Thread::~Thread() {
     shut();
@@ -32,18 +32,30 @@ void Thread::proc(Thread* self) {
     self->run();
 }
 
+void Thread::leaveLaunch() {
+    int n = launches.load();
+    while (n > 0 && !launches.compare_exchange_weak(n, n - 1)) {
+    }
+}
+
 void Thread::run() {
-    // Two starts in quick succession may create two threads; only one gets the loop.
-    if (running.exchange(true))
+    // Two starts in quick succession may create two threads; only one gets the loop. The
+    // launch count drops only after `running` is set, so a waiter never sees neither.
+    if (running.exchange(true)) {
+        leaveLaunch();
         return;
+    }
+    leaveLaunch();
     loopThread = std::this_thread::get_id();
-    stopping = false;
     exitCode = 0;
     if (initialize()) {
         while (running && !stopping) {
             {
                 std::lock_guard<std::recursive_mutex> hold(guard);
-                stopping = doStep();
+                // Only a true result is stored: a stop() that came in while this thread waited
+                // for `guard` must not be overwritten.
+                if (!stopping && doStep())
+                    stopping = true;
             }
             idle(false);
         }
@@ -56,7 +68,7 @@ void Thread::run() {
 }
 
 int Thread::start(char const* name) {
-    if (running) {
+    if (running || launches > 0) {
         // A loop that was asked to stop and is winding down is waited for and started anew;
         // otherwise a start right after a stop would be lost.
         if (!stopping || loopThread.load() == std::this_thread::get_id())
@@ -68,6 +80,10 @@ int Thread::start(char const* name) {
     thread = nullptr;
     if (name)
         this->name = name;
+    // Cleared here and not by the new loop, so that a stop() between start() and the first
+    // step is not lost.
+    stopping = false;
+    ++launches;
     thread = new std::thread(&Thread::proc, this);
     thread->detach();
     return 1;
@@ -87,7 +103,7 @@ void Thread::idle(bool brief) {
 
 bool Thread::waitForCompletion(int timeout) {
     auto const begin = std::chrono::steady_clock::now();
-    while (running) {
+    while (running || launches > 0) {
         if (timeout > 0 &&
             std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(timeout))
             return false;

@@ -52,6 +52,10 @@ public:
 
 private:
     static void proc(Thread* self);
+    void leaveLaunch();
+
+    // Threads created by start() that have not yet entered run().
+    std::atomic<int> launches;
     std::atomic<std::thread::id> loopThread;
 };
 

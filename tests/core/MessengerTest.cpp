@@ -1,0 +1,214 @@
+#include "core/Messenger.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Map = std::map<std::string, std::string>;
+
+struct Delivery {
+    std::string command;
+    Map params;
+};
+
+// Records what reaches it, from any thread.
+class Receiver : public BrxDisplayCommand {
+public:
+    explicit Receiver(int result = 0) : result(result) {}
+    int RunCommandParams(char const* command, Map* params) override {
+        std::lock_guard<std::mutex> hold(mutex);
+        deliveries.push_back({command ? command : "<null>", params ? *params : Map()});
+        if (params)
+            (*params)["seen." + std::to_string(result)] = "1";
+        return result;
+    }
+    std::vector<Delivery> taken() {
+        std::lock_guard<std::mutex> hold(mutex);
+        return deliveries;
+    }
+    size_t size() {
+        std::lock_guard<std::mutex> hold(mutex);
+        return deliveries.size();
+    }
+
+    int const result;
+    std::mutex mutex;
+    std::vector<Delivery> deliveries;
+};
+
+// Hands every command to another receiver.
+class Redirect : public BrxDisplayCommand {
+public:
+    explicit Redirect(BrxDisplayCommand* target) : target(target) {}
+    BrxDisplayCommand* GetCommandProcessor(char const*) override { return target; }
+    int RunCommandParams(char const*, Map*) override { return 0x100; }
+    BrxDisplayCommand* target;
+};
+
+bool eventually(std::function<bool()> pred, int ms = 2000) {
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    while (std::chrono::steady_clock::now() < end) {
+        if (pred())
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return pred();
+}
+
+} // namespace
+
+TEST(Messenger, SendWithoutReceiversReturnsZero) {
+    QTD::Messenger m;
+    EXPECT_EQ(m.name, "QTD::Messenger");
+    Map params{{"a", "1"}};
+    EXPECT_EQ(m.sendCommandParams("cmd", &params), 0);
+    EXPECT_FALSE(m.running);
+}
+
+TEST(Messenger, SendCallsEveryReceiverWithOneMapAndOrsResults) {
+    QTD::Messenger m;
+    Receiver first(1), second(4);
+    m.addCommandProcessor(&first).addCommandProcessor(&second);
+    m.props()->set("shared", "common", true);
+    m.props()->set("a", "from-common", true);
+    Map params{{"a", "1"}, {"b", "2"}};
+    EXPECT_EQ(m.sendCommandParams("notification.view", &params), 5);
+    auto got = first.taken();
+    ASSERT_EQ(got.size(), 1u);
+    EXPECT_EQ(got[0].command, "notification.view");
+    EXPECT_EQ(got[0].params, (Map{{"a", "from-common"}, {"b", "2"}, {"shared", "common"}}));
+    // The second receiver sees what the first wrote into the map; the caller's map is untouched.
+    EXPECT_EQ(second.taken()[0].params.count("seen.1"), 1u);
+    EXPECT_EQ(params, (Map{{"a", "1"}, {"b", "2"}}));
+}
+
+TEST(Messenger, SendWithNullParamsAndEmptyCommonDeliversEmptyMap) {
+    QTD::Messenger m;
+    Receiver r;
+    m.addCommandProcessor(&r);
+    m.sendCommandParams("x", nullptr);
+    ASSERT_EQ(r.size(), 1u);
+    EXPECT_TRUE(r.taken()[0].params.empty());
+}
+
+TEST(Messenger, ReceiverAddedTwiceIsCalledOnce) {
+    QTD::Messenger m;
+    Receiver r;
+    m.addCommandProcessor(&r).addCommandProcessor(&r).addCommandProcessor(nullptr);
+    EXPECT_EQ(m.receivers.size(), 1u);
+    m.sendCommandParams("x", nullptr);
+    EXPECT_EQ(r.size(), 1u);
+    Map p{{"k", "v"}};
+    m.postCommandParams("y", &p);
+    ASSERT_TRUE(eventually([&] { return r.size() == 2; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(r.size(), 2u);
+}
+
+TEST(Messenger, GetCommandProcessorChoosesTheTarget) {
+    QTD::Messenger m;
+    Receiver target(2);
+    Redirect redirect(&target);
+    m.addCommandProcessor(&redirect);
+    EXPECT_EQ(m.sendCommandParams("x", nullptr), 2);
+    EXPECT_EQ(target.size(), 1u);
+}
+
+TEST(Messenger, PostsWithoutReceiversStayPending) {
+    QTD::Messenger m;
+    Map p{{"x", "1"}};
+    EXPECT_EQ(m.postCommandParams(nullptr, &p), 0);
+    EXPECT_EQ(m.postCommandParams("", &p), 0);
+    EXPECT_TRUE(m.pending.groups.empty());
+    EXPECT_EQ(m.postCommandParams("a", &p), 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_FALSE(m.running);
+    EXPECT_EQ(m.pending.groups.size(), 1u);
+}
+
+TEST(Messenger, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
+    QTD::Messenger m;
+    m.props()->set("c", "common", true);
+    Map b{{"k", "b"}};
+    Map a1{{"x", "1"}, {"c", "mine"}};
+    Map a2{{"x", "2"}, {"y", "3"}};
+    m.postCommandParams("notification.b", &b);
+    m.postCommandParams("notification.a", &a1);
+    m.postCommandParams("notification.a", &a2);
+    EXPECT_EQ(m.pending.groups.size(), 2u);
+
+    Receiver r;
+    m.addCommandProcessor(&r);
+    ASSERT_TRUE(eventually([&] { return r.size() == 2; }));
+    auto got = r.taken();
+    EXPECT_EQ(got[0].command, "notification.a");
+    EXPECT_EQ(got[0].params, (Map{{"c", "common"}, {"x", "2"}, {"y", "3"}}));
+    EXPECT_EQ(got[1].command, "notification.b");
+    EXPECT_EQ(got[1].params, (Map{{"c", "common"}, {"k", "b"}}));
+    ASSERT_TRUE(eventually([&] {
+        std::lock_guard<std::mutex> hold(m.pending.guard);
+        return m.pending.groups.empty();
+    }));
+}
+
+TEST(Messenger, RemovingTheLastReceiverStopsTheThread) {
+    QTD::Messenger m;
+    Receiver r1, r2;
+    m.addCommandProcessor(&r1).addCommandProcessor(&r2);
+    ASSERT_TRUE(eventually([&] { return m.running.load(); }));
+    EXPECT_EQ(m.delCommandProcessor(&r1), 1);
+    EXPECT_EQ(m.delCommandProcessor(&r1), 1);
+    EXPECT_TRUE(m.running);
+    EXPECT_EQ(m.receivers.size(), 1u);
+    m.delCommandProcessor(&r2);
+    ASSERT_TRUE(eventually([&] { return !m.running; }));
+
+    // Posts wait for the next receiver, which restarts the thread.
+    Map p{{"k", "v"}};
+    m.postCommandParams("later", &p);
+    m.addCommandProcessor(&r1);
+    ASSERT_TRUE(eventually([&] { return r1.size() == 1; }));
+    EXPECT_EQ(r1.taken()[0].command, "later");
+}
+
+namespace {
+
+// Posts again from within a delivery, on the messenger's own thread.
+class Reposter : public BrxDisplayCommand {
+public:
+    explicit Reposter(QTD::Messenger& m) : messenger(m) {}
+    int RunCommandParams(char const* command, Map*) override {
+        if (std::string(command) == "first") {
+            Map p{{"n", "2"}};
+            messenger.postCommandParams("second", &p);
+        }
+        std::lock_guard<std::mutex> hold(mutex);
+        seen.push_back(command);
+        return 0;
+    }
+    QTD::Messenger& messenger;
+    std::mutex mutex;
+    std::vector<std::string> seen;
+};
+
+} // namespace
+
+TEST(Messenger, ReceiverMayPostFromWithinDelivery) {
+    QTD::Messenger m;
+    Reposter r(m);
+    m.addCommandProcessor(&r);
+    Map p{{"n", "1"}};
+    m.postCommandParams("first", &p);
+    ASSERT_TRUE(eventually([&] {
+        std::lock_guard<std::mutex> hold(r.mutex);
+        return r.seen.size() == 2;
+    }));
+    std::lock_guard<std::mutex> hold(r.mutex);
+    EXPECT_EQ(r.seen, (std::vector<std::string>{"first", "second"}));
+}
