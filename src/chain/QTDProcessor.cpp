@@ -2,10 +2,7 @@
 
 #include "core/ATTR.h"
 #include "image/QTDImageHelpers.h"
-#if __has_include("screen/QTDSurface.h")
 #include "screen/QTDSurface.h"
-#define BRX_CHAIN_HAS_SURFACE 1
-#endif
 
 #include <brx/BrxComponent.h>
 #include <brx/BrxDisplayProcessor.h>
@@ -35,23 +32,15 @@ const Factory createCpuOverlay = nullptr;
 // A pass is bracketed by the surface's begin and end, so that GPU stages draw into a current
 // context.
 void beginSurface(QTDSurface* surface) {
-#ifdef BRX_CHAIN_HAS_SURFACE
     if (surface != nullptr) {
         surface->begin(nullptr);
     }
-#else
-    (void)surface;
-#endif
 }
 
 void endSurface(QTDSurface* surface) {
-#ifdef BRX_CHAIN_HAS_SURFACE
     if (surface != nullptr) {
         surface->end();
     }
-#else
-    (void)surface;
-#endif
 }
 
 bool keyIs(const ATTR& key, const char* name) {
