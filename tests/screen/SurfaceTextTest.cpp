@@ -1,0 +1,229 @@
+#include "screen/SurfaceText.h"
+#include "screen/GlyphSurfaceText.h"
+
+#include <QFont>
+#include <QFontMetrics>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// A text kind that records the lines it is asked to draw.
+struct RecordingText : QTD::SurfaceText {
+    RecordingText() { addDefaultFonts(); }
+    ~RecordingText() override { shut(); }
+    bool ready() override { return on; }
+    int drawLine(char const* text, int x, int y, QTD::ATTR font, QTD::RgbColor*) override {
+        lines.push_back({text, x, y, font});
+        return 1;
+    }
+    struct Line {
+        std::string text;
+        int x, y;
+        std::string font;
+    };
+    bool on = true;
+    std::vector<Line> lines;
+
+    using QTD::SurfaceText::FontInfo;
+    bool lookup(QTD::ATTR name, FontInfo& info) { return findFont(name, info); }
+};
+
+struct GlyphText : QTD::GlyphSurfaceText {
+    GlyphText() { addDefaultFonts(); }
+};
+
+QFont* fontOf(QTD::SurfaceText& t, char const* name) {
+    return static_cast<QFont*>(t.fonts.getPropsValue(name, "font", "").as<void*>());
+}
+
+int heightOf(QTD::SurfaceText& t, char const* name) {
+    return t.fonts.getPropsValueAs<int>(name, "height", "0");
+}
+
+TEST(SurfaceText, ConstructorTableAndFontBags) {
+    RecordingText t;
+    std::vector<std::string> names;
+    for (auto const& g : t.fonts.groups)
+        names.push_back(g.first);
+    EXPECT_EQ(names, (std::vector<std::string>{"bold", "default", "fixed", "large", "medium"}));
+    QTD::PROPERTIES& bold = t.fonts.groups.at("bold");
+    EXPECT_EQ(bold.get("face"), "Cambria");
+    EXPECT_EQ(bold.get("size"), "12");
+    EXPECT_EQ(bold.get("bold"), "1");
+    EXPECT_EQ(bold.get("italic"), "0");
+    EXPECT_EQ(bold.get("name"), "bold");
+    QFont* font = fontOf(t, "default");
+    ASSERT_NE(font, nullptr);
+    EXPECT_EQ(font->pointSize(), 11);
+    // The line step: the height of "A" less half the descent.
+    QFontMetrics m(*font);
+    QRect a = m.boundingRect("A");
+    EXPECT_EQ(heightOf(t, "default"), a.height() - m.descent() / 2);
+    EXPECT_EQ(t.fonts.getPropsValueAs<int>("default", "descent", ""), m.descent());
+    EXPECT_EQ(t.fonts.getPropsValueAs<int>("default", "ascent", ""), m.ascent());
+    EXPECT_GT(heightOf(t, "default"), 5);
+}
+
+TEST(SurfaceText, AddFontAndShutFont) {
+    RecordingText t;
+    EXPECT_EQ(t.addFont("", "DejaVu Sans", 10, false, false), -1);
+    EXPECT_EQ(t.addFont("x", nullptr, 10, false, false), -1);
+    EXPECT_EQ(t.addFont("x", "", 10, false, false), -1);
+    EXPECT_EQ(t.fonts.groups.size(), 5u);
+    // A negative size counts as its absolute value.
+    EXPECT_EQ(t.addFont("aaa", "DejaVu Sans", -14, false, true), 0);
+    EXPECT_EQ(fontOf(t, "aaa")->pointSize(), 14);
+    EXPECT_TRUE(fontOf(t, "aaa")->italic());
+    EXPECT_EQ(t.fonts.getPropsValue("aaa", "size", ""), "-14");
+    // An empty name picks the lowest name.
+    RecordingText::FontInfo info;
+    ASSERT_TRUE(t.lookup("", info));
+    EXPECT_EQ(info.name, "aaa");
+    EXPECT_EQ(t.shutFont("aaa"), 0);
+    ASSERT_TRUE(t.lookup("", info));
+    EXPECT_EQ(info.name, "bold");
+    EXPECT_EQ(t.shutFont("aaa"), -1);
+    EXPECT_EQ(t.shutFont(""), -1);
+    EXPECT_FALSE(t.lookup("nope", info));
+    t.shut();
+    EXPECT_TRUE(t.fonts.groups.empty());
+    EXPECT_FALSE(t.lookup("", info));
+}
+
+TEST(SurfaceText, MeasuringLinesAndTabs) {
+    RecordingText t;
+    QFont* font = fontOf(t, "default");
+    int h = 0;
+    int wa = t.calcLineWidth(font, "a", &h);
+    EXPECT_EQ(wa, QFontMetrics(*font).boundingRect("a").width());
+    EXPECT_EQ(t.calcLineWidth(nullptr, "a", &h), 0);
+    EXPECT_EQ(t.calcLineWidth(font, "", nullptr), 0);
+    // Measurement stops at the first tab.
+    EXPECT_EQ(t.calcLineWidth(font, "a\tlonger text", nullptr), wa);
+
+    int w = -1;
+    t.calcLine("default", "a", &w, &h);
+    EXPECT_EQ(w, wa);
+    // b starts at the next stop, a multiple of height x 4, past the end of a.
+    int step = heightOf(t, "default") * QTD::SurfaceText::tab;
+    int wb = t.calcLineWidth(font, "b", nullptr);
+    t.calcLine("default", "a\tb", &w, &h);
+    EXPECT_EQ(w, step + wb);
+    std::string wide(12, 'W');
+    int ww = t.calcLineWidth(font, wide.c_str(), nullptr);
+    ASSERT_GT(ww, step);
+    t.calcLine("default", (wide + "\tb").c_str(), &w, &h);
+    EXPECT_EQ(w, step + (ww / step) * step + wb);
+    t.calcLine("default", "\t\t", &w, &h);
+    EXPECT_EQ(w, 2 * step);
+
+    // Unknown font: zero; known font without text: the line height.
+    t.calcLine("nope", "a", &w, &h);
+    EXPECT_EQ(w, 0);
+    EXPECT_EQ(h, 0);
+    t.calcLine("default", nullptr, &w, &h);
+    EXPECT_EQ(w, 0);
+    EXPECT_EQ(h, heightOf(t, "default"));
+}
+
+TEST(SurfaceText, MeasuringTexts) {
+    RecordingText t;
+    int w = -1, h = -1;
+    int w1, h1, w2, h2;
+    t.calcLine("large", "first line", &w1, &h1);
+    t.calcLine("large", "second", &w2, &h2);
+    t.calcText("large", "first line\nsecond", &w, &h);
+    EXPECT_EQ(w, std::max(w1, w2));
+    EXPECT_EQ(h, h1 + h2);
+    // Empty lines vanish.
+    t.calcText("large", "first line\n\n\nsecond\n", &w, &h);
+    EXPECT_EQ(h, h1 + h2);
+    t.calcText("large", "second", &w, &h);
+    EXPECT_EQ(w, w2);
+    t.calcText("large", nullptr, &w, &h);
+    EXPECT_EQ(w, 0);
+    EXPECT_EQ(h, 0);
+    // An empty font name is not looked up here.
+    t.calcText("", "second", &w, &h);
+    EXPECT_EQ(w, 0);
+    EXPECT_EQ(h, 0);
+    t.calcText("nope", "a\nb", &w, &h);
+    EXPECT_EQ(w, 0);
+    EXPECT_EQ(h, 0);
+    t.calcText("large", "a\nb", nullptr, nullptr);
+}
+
+TEST(SurfaceText, SplitLines) {
+    std::vector<QTD::ATTR> lines;
+    EXPECT_EQ(QTD::SurfaceText::splitLines("a\n\nb\n", lines, "\n"), 1);
+    EXPECT_EQ(lines, (std::vector<QTD::ATTR>{"a", "b"}));
+    EXPECT_EQ(QTD::SurfaceText::splitLines("\n\n", lines, "\n"), 0);
+    EXPECT_EQ(lines, (std::vector<QTD::ATTR>{"\n\n"}));
+    EXPECT_EQ(QTD::SurfaceText::splitLines("one", lines, "\n"), 0);
+    EXPECT_EQ(QTD::SurfaceText::splitLines(nullptr, lines, "\n"), -1);
+    EXPECT_TRUE(lines.empty());
+}
+
+TEST(SurfaceText, DrawTextSplitsAndStepsByTheLineHeight) {
+    RecordingText t;
+    int step = heightOf(t, "fixed");
+    EXPECT_EQ(t.drawText("one\n\ntwo", 10, 20, "fixed", nullptr), 2);
+    ASSERT_EQ(t.lines.size(), 2u);
+    EXPECT_EQ(t.lines[0].text, "one");
+    EXPECT_EQ(t.lines[1].text, "two");
+    EXPECT_EQ(t.lines[1].x, 10);
+    EXPECT_EQ(t.lines[1].y, 20 + step);
+    t.lines.clear();
+    EXPECT_EQ(t.drawText("x", 0, 0, "nope", nullptr), 0);
+    EXPECT_EQ(t.drawText(nullptr, 0, 0, "fixed", nullptr), 0);
+    t.on = false;
+    EXPECT_EQ(t.drawText("x", 0, 0, "fixed", nullptr), 0);
+    EXPECT_TRUE(t.lines.empty());
+}
+
+TEST(GlyphSurfaceText, StripsHoldEveryCodeAsAMask) {
+    GlyphText t;
+    ASSERT_EQ(t.glyphs.size(), 5u);
+    auto const& rects = t.glyphs.at("default");
+    ASSERT_EQ(rects.size(), 224u);
+    auto* strip = static_cast<QImage*>(t.strips.get("default").as<void*>());
+    ASSERT_NE(strip, nullptr);
+    EXPECT_EQ(strip->format(), QImage::Format_RGB888);
+    EXPECT_EQ(t.fonts.getPropsValue("default", "intv", ""), "0;0");
+    // Rectangles run left to right without gaps; the blank is as wide as "i".
+    QFont* font = fontOf(t, "default");
+    int h = 0;
+    EXPECT_EQ(rects[0].width, t.calcLineWidth(font, "i", &h));
+    EXPECT_EQ(rects[0].height, h + 1);
+    for (size_t i = 1; i < rects.size(); ++i)
+        EXPECT_EQ(rects[i].x, rects[i - 1].x + rects[i - 1].width);
+    EXPECT_GE(strip->width(), rects.back().x + rects.back().width);
+    for (auto const& r : rects)
+        EXPECT_LE(r.height, strip->height());
+    // The blank has no ink; "A" has some, and only grey levels.
+    auto ink = [&](QTD::TRECT<int> const& r) {
+        int lit = 0;
+        for (int y = r.y; y < r.y + r.height; ++y)
+            for (int x = r.x; x < r.x + r.width; ++x) {
+                QRgb p = strip->pixel(x, y);
+                EXPECT_EQ(qRed(p), qGreen(p));
+                lit += qRed(p) > 0;
+            }
+        return lit;
+    };
+    EXPECT_EQ(ink(rects[0]), 0);
+    EXPECT_GT(ink(rects['A' - 32]), 10);
+    // Removing a font takes its strip with it.
+    EXPECT_EQ(t.shutFont("default"), 0);
+    EXPECT_EQ(t.glyphs.count("default"), 0u);
+    EXPECT_FALSE(t.strips.find("default"));
+    EXPECT_EQ(t.addFont("", "DejaVu Sans", 9, false, false), -1);
+    EXPECT_EQ(t.glyphs.size(), 4u);
+}
+
+} // namespace
