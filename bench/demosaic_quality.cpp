@@ -21,6 +21,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -229,17 +230,22 @@ void quality(std::vector<Image> const& images, bool deep) {
     }
 }
 
-template <typename F> double bestSeconds(int reps, F const& f) {
-    f(); // warm up: page faults, thread start, caches
-    std::vector<double> times;
-    for (int i = 0; i < reps; ++i) {
-        auto const t0 = std::chrono::steady_clock::now();
-        f();
-        auto const t1 = std::chrono::steady_clock::now();
-        times.push_back(std::chrono::duration<double>(t1 - t0).count());
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2]; // median
+// Seconds of one call, best of `reps` runs. The methods of one table row take turns run by run,
+// so that load from other processes falls on all of them alike; the best run is the one least
+// disturbed.
+void timeRound(std::vector<std::function<void()>> const& calls, int reps,
+               std::vector<double>& best) {
+    best.assign(calls.size(), 1e30);
+    for (auto const& call : calls)
+        call(); // warm up: page faults, thread start, caches
+    for (int r = 0; r < reps; ++r)
+        for (size_t i = 0; i < calls.size(); ++i) {
+            auto const t0 = std::chrono::steady_clock::now();
+            calls[i]();
+            double const s =
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+            best[i] = std::min(best[i], s);
+        }
 }
 
 void speed(cv::Mat const& texture, int reps) {
@@ -252,40 +258,45 @@ void speed(cv::Mat const& texture, int reps) {
         }
     int const cores = BrxDemosaic::BayerThreadPool::coreCount();
     double const mpix = double(w) * h / 1e6;
-    std::printf("\nSpeed at %d x %d in MPix/s (median of %d), pattern RG; ratio to OpenCV's "
+    std::printf("\nSpeed at %d x %d in MPix/s (best of %d), pattern RG; ratio to OpenCV's "
                 "bilinear cvtColor in brackets\n",
                 w, h, reps);
     std::printf("%-16s %-8s %18s %18s\n", "method", "depth", "1 thread",
                 (std::to_string(cores) + " threads").c_str());
     for (int deep = 0; deep < 2; ++deep) {
         cv::Mat const bayer = mosaic(big, 1, deep != 0);
-        double cvRate[2] = {0, 0};
-        for (int k = 0; k < METHOD_COUNT; ++k) {
-            Method const& m = METHODS[k];
-            if (deep && m.mode < 0 && m.cvKind == 2)
-                continue;
-            double rate[2];
-            for (int t = 0; t < 2; ++t) {
-                int const threads = t == 0 ? 1 : cores;
-                cv::Mat out;
-                double sec;
-                if (m.mode >= 0) {
-                    BayerEngine engine(threads);
-                    sec = bestSeconds(reps, [&] { ours(engine, bayer, out, 1, m.mode); });
-                } else {
-                    cv::setNumThreads(threads);
-                    sec = bestSeconds(reps, [&] { cv::cvtColor(bayer, out, cvCode(1, m.cvKind)); });
-                }
-                rate[t] = mpix / sec;
-                if (m.mode < 0 && m.cvKind == 0)
-                    cvRate[t] = rate[t];
+        std::vector<int> used;
+        for (int k = 0; k < METHOD_COUNT; ++k)
+            if (!(deep && METHODS[k].mode < 0 && METHODS[k].cvKind == 2))
+                used.push_back(k);
+        std::vector<std::vector<double>> rate(2, std::vector<double>(METHOD_COUNT, 0));
+        for (int t = 0; t < 2; ++t) {
+            int const threads = t == 0 ? 1 : cores;
+            BayerEngine engine(threads);
+            std::vector<cv::Mat> outs(METHOD_COUNT);
+            std::vector<std::function<void()>> calls;
+            for (int k : used) {
+                Method const& m = METHODS[k];
+                cv::Mat* out = &outs[k];
+                if (m.mode >= 0)
+                    calls.push_back([&, out, m] { ours(engine, bayer, *out, 1, m.mode); });
+                else
+                    calls.push_back([&, out, m, threads] {
+                        cv::setNumThreads(threads);
+                        cv::cvtColor(bayer, *out, cvCode(1, m.cvKind));
+                    });
             }
+            std::vector<double> best;
+            timeRound(calls, reps, best);
+            for (size_t i = 0; i < used.size(); ++i)
+                rate[t][used[i]] = mpix / best[i];
+        }
+        double const cv1 = rate[0][3], cvN = rate[1][3];
+        for (int k : used) {
             char a[32], b[32];
-            std::snprintf(a, sizeof a, "%.0f (%.2fx)", rate[0],
-                          cvRate[0] > 0 ? rate[0] / cvRate[0] : 0);
-            std::snprintf(b, sizeof b, "%.0f (%.2fx)", rate[1],
-                          cvRate[1] > 0 ? rate[1] / cvRate[1] : 0);
-            std::printf("%-16s %-8s %18s %18s\n", m.name, deep ? "16-bit" : "8-bit", a, b);
+            std::snprintf(a, sizeof a, "%.0f (%.2fx)", rate[0][k], rate[0][k] / cv1);
+            std::snprintf(b, sizeof b, "%.0f (%.2fx)", rate[1][k], rate[1][k] / cvN);
+            std::printf("%-16s %-8s %18s %18s\n", METHODS[k].name, deep ? "16-bit" : "8-bit", a, b);
         }
     }
     cv::setNumThreads(-1);
@@ -295,7 +306,7 @@ void speed(cv::Mat const& texture, int reps) {
 
 int main(int argc, char** argv) {
     bool wantQuality = false, wantSpeed = false, deepQuality = false;
-    int reps = 7;
+    int reps = 15;
     std::vector<std::string> files;
     for (int i = 1; i < argc; ++i) {
         std::string const a = argv[i];
