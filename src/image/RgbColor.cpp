@@ -1,5 +1,6 @@
 #include "image/RgbColor.h"
 
+#include <climits>
 #include <cmath>
 #include <string>
 
@@ -10,7 +11,11 @@ namespace {
 int toLevel(double value, int colors) {
     if (value + 0.00001 >= 1.0)
         return colors - 1;
-    return static_cast<int>(colors * value);
+    // Truncated; values beyond the range of int (and NaN) are pinned rather than undefined.
+    const double level = colors * value;
+    if (!(level > -2147483648.0))
+        return level < 0 ? INT_MIN : 0;
+    return level < 2147483647.0 ? static_cast<int>(level) : INT_MAX;
 }
 
 double toFraction(int value, int colors) {
@@ -189,8 +194,10 @@ template <> bool RgbColor::readText<double>(ATTR text, double& r, double& g, dou
         text.split(token, index, ";");
         // An empty part fails on the read of its last byte.
         char last = token.at(token.size() - 1);
+        // "%f" without the 64-byte limit of a number's ATTR: "1e300r" is a colour part to
+        // reject later, not a reason to end the process.
         if (last == 'r')
-            parts[index] = ATTR(std::stod(token));
+            parts[index] = ATTR(std::to_string(std::stod(token)));
         else
             parts[index] = ATTR(std::stoi(token));
     }

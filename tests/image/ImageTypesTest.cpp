@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <set>
 #include <sstream>
@@ -320,6 +321,11 @@ TEST(RgbColorValues, IntensityAndConversions) {
     EXPECT_EQ(512, i[0]);
     EXPECT_EQ(1023, i[1]);
     EXPECT_EQ(1023, i[3]);
+    RgbColor::convert(i, -0.5, -1e30, std::nan(""), 0.999, 256);
+    EXPECT_EQ(-128, i[0]);
+    EXPECT_EQ(INT_MIN, i[1]); // pinned, not undefined
+    EXPECT_EQ(0, i[2]);
+    EXPECT_EQ(255, i[3]);
     RgbColor::convert(i, 0xAABBCCu, 5);
     EXPECT_EQ(0xCC, i[0]);
     EXPECT_EQ(0xAA, i[2]);
@@ -340,6 +346,10 @@ TEST(RgbColorValues, TextForms) {
     EXPECT_EQ(7.0, r); // an integer part loses its fraction
     EXPECT_EQ(0.25, g);
     EXPECT_EQ(3.0, b);
+    ASSERT_TRUE(RgbColor::readText<double>("1e300r;1e-9r;-0.5r", r, g, b));
+    EXPECT_EQ(1e300, r); // long numbers are no trouble
+    EXPECT_EQ(0.0, g);   // six decimals
+    EXPECT_EQ(-0.5, b);
     EXPECT_THROW(RgbColor::readText<double>("1;2", r, g, b), std::out_of_range);
     EXPECT_THROW(RgbColor::readText<double>("1;;2;", r, g, b), std::out_of_range);
     EXPECT_THROW(RgbColor::readText<double>("x;1;2;", r, g, b), std::invalid_argument);
