@@ -6,10 +6,11 @@
 namespace BrxDemosaic {
 
 namespace {
-// Output tile of the edge-directed method: wide enough that the mirrored margins cost little,
-// small enough that its float planes stay in the core's cache.
-constexpr int RCD_TILE_COLS = 512;
-constexpr int RCD_TILE_ROWS = 48;
+// Output strip of the edge-directed method: wide enough that its side margins cost little,
+// narrow enough that the rings of rows of its float planes stay in the core's cache.
+constexpr int RCD_TILE_COLS = 1024;
+// Shortest strip: its top and bottom margins are 10 rows each.
+constexpr int RCD_MIN_ROWS = 64;
 // Sides beyond this would overflow the kernels' int arithmetic on positions.
 constexpr int MAX_SIDE = 1 << 24;
 } // namespace
@@ -53,13 +54,15 @@ bool BayerEngine::run(BayerFrame const& f, int algorithm) {
     std::atomic<bool> ok{true};
     int const workers = pool.size();
     if (algorithm == ALG_RCD) {
+        // Tiles run down their rows as a pipeline, so only their side margins cost: tall
+        // strips, a few per worker so that the workers finish together.
         int const tileCols = f.width <= RCD_TILE_COLS + RCD_TILE_COLS / 2 ? f.width : RCD_TILE_COLS;
-        int tileRows = RCD_TILE_ROWS;
-        // Enough tiles that every worker gets some.
         int const across = (f.width + tileCols - 1) / tileCols;
-        while (tileRows > 8 && across * ((f.height + tileRows - 1) / tileRows) < 4 * workers)
-            tileRows -= 8;
-        int const down = (f.height + tileRows - 1) / tileRows;
+        int down = workers == 1 ? 1 : (4 * workers + across - 1) / across;
+        int tileRows = ((f.height + down - 1) / down + 1) & ~1;
+        if (tileRows < RCD_MIN_ROWS)
+            tileRows = RCD_MIN_ROWS;
+        down = (f.height + tileRows - 1) / tileRows;
         for (auto& s : scratch)
             if (!s->get(isa->rcdBytes(tileCols, tileRows)))
                 return false;
