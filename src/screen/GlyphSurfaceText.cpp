@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QFontMetrics>
 #include <QImage>
 #include <QPainter>
 #include <QString>
@@ -69,6 +70,7 @@ void GlyphSurfaceText::buildStrip(ATTR const& name) {
     auto strip = std::make_unique<QImage>(stripWidth, stripHeight, QImage::Format_RGB888);
     strip->fill(Qt::black);
     {
+        QFontMetrics metrics(*info.font);
         QPainter painter(strip.get());
         painter.setFont(*info.font);
         painter.setPen(Qt::white);
@@ -77,10 +79,12 @@ void GlyphSurfaceText::buildStrip(ATTR const& name) {
             if (r.width <= 0)
                 continue;
             char text[2] = {static_cast<char>(code), 0};
-            // Each glyph stays inside its own rectangle, its base line `descent` above the
-            // rectangle's bottom.
+            QString glyph = QString::fromLocal8Bit(text);
+            // The ink fills its own rectangle (the bearing is taken off), with the base line
+            // `descent` above the rectangle's bottom; nothing spills into a neighbour.
+            int bearing = metrics.boundingRect(glyph).left();
             painter.setClipRect(r.x, r.y, r.width, r.height);
-            painter.drawText(r.x, r.y + r.height - info.descent, QString::fromLocal8Bit(text));
+            painter.drawText(r.x - bearing, r.y + r.height - info.descent, glyph);
         }
     }
     strips.set(name, ATTR(static_cast<void*>(strip.get())), true);

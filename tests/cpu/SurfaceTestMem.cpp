@@ -1,0 +1,390 @@
+#include "cpu/MEMSurfaceTypes.h"
+
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr uint32_t MONO8 = 0x01080101;
+constexpr uint32_t MONO12 = 0x01100306;
+constexpr uint32_t MONO16 = 0x0110050B;
+constexpr uint32_t RGB8 = 0x02180171;
+constexpr uint32_t BGR8 = 0x02180172;
+constexpr uint32_t RGB16 = 0x0230057B;
+
+constexpr int GUARD = 64;
+constexpr uint8_t GUARD_BYTE = 0xA5;
+
+// An image in memory with guard bytes on both sides of its pixels.
+struct Canvas {
+    Canvas(uint32_t type, int bits, int channels, int w, int h, int fill, int padding = 0) {
+        int bytes = bits <= 8 ? 1 : 2;
+        stride = w * channels * bytes + padding;
+        buffer.assign(GUARD + stride * h + GUARD, GUARD_BYTE);
+        record.size = sizeof(BrxImage);
+        record.pixelType = type;
+        record.bitsPerChannel = bits;
+        record.channels = channels;
+        record.width = w;
+        record.height = h;
+        record.stride = stride;
+        record.imageSize = stride * h;
+        record.imageData = buffer.data() + GUARD;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w * channels; ++x)
+                set(x, y, fill, bytes);
+    }
+    void set(int index, int y, int v, int bytes) {
+        uint8_t* p = buffer.data() + GUARD + y * stride + index * bytes;
+        if (bytes == 1)
+            *p = static_cast<uint8_t>(v);
+        else
+            std::memcpy(p, &v, 2);
+    }
+    // Sample `c` of pixel (x, y).
+    int at(int x, int y, int c = 0) const {
+        int bytes = record.bitsPerChannel <= 8 ? 1 : 2;
+        uint8_t const* p = buffer.data() + GUARD + y * stride + (x * record.channels + c) * bytes;
+        if (bytes == 1)
+            return *p;
+        uint16_t v;
+        std::memcpy(&v, p, 2);
+        return v;
+    }
+    bool guardsIntact() const {
+        for (int i = 0; i < GUARD; ++i)
+            if (buffer[i] != GUARD_BYTE || buffer[buffer.size() - 1 - i] != GUARD_BYTE)
+                return false;
+        return true;
+    }
+    std::vector<uint8_t> pixels() const {
+        return std::vector<uint8_t>(buffer.begin() + GUARD, buffer.end() - GUARD);
+    }
+    int stride = 0;
+    std::vector<uint8_t> buffer;
+    BrxImage record{};
+};
+
+class MEMSurfaceTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(surface.init(nullptr)); }
+
+    // One frame on `canvas` with one text.
+    void draw(Canvas& canvas, char const* text, int x, int y, QTD::RgbColor* color,
+              char const* font = "default") {
+        QTD::PROPERTIES bag;
+        bag.set("image", QTD::ATTR(static_cast<void*>(&canvas.record)), true);
+        ASSERT_TRUE(surface.begin(&bag));
+        surface.text(text, x, y, font, color);
+        surface.end();
+    }
+
+    MEMSurfaceText& text() { return *static_cast<MEMSurfaceText*>(surface.textObject()); }
+    QImage const& strip(char const* font) {
+        return *static_cast<QImage*>(text().strips.get(font).as<void*>());
+    }
+    std::vector<QTD::TRECT<int>> const& rects(char const* font) { return text().glyphs.at(font); }
+
+    // Coverage of the glyphs of `s` laid side by side from (0, 0), computed from the strip.
+    std::vector<std::vector<int>> coverage(char const* font, std::string const& s, int& width,
+                                           int& height) {
+        width = 0;
+        height = 0;
+        for (unsigned char c : s) {
+            auto const& r = rects(font)[(c < 32 ? 32 : c) - 32];
+            width += r.width;
+            height = std::max(height, r.height);
+        }
+        std::vector<std::vector<int>> cov(height, std::vector<int>(width, 0));
+        int x = 0;
+        for (unsigned char c : s) {
+            auto const& r = rects(font)[(c < 32 ? 32 : c) - 32];
+            for (int row = 0; row < r.height; ++row)
+                for (int col = 0; col < r.width; ++col)
+                    cov[row][x + col] = qRed(strip(font).pixel(r.x + col, r.y + row));
+            x += r.width;
+        }
+        return cov;
+    }
+
+    MEMSurface surface;
+};
+
+TEST_F(MEMSurfaceTest, MonoTextStaysInsideItsBox) {
+    Canvas canvas(MONO8, 8, 1, 120, 40, 50);
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    draw(canvas, "Hi, 42!", 3, 2, &white);
+    int w, h;
+    auto cov = coverage("default", "Hi, 42!", w, h);
+    // Glyphs lie side by side at their ink widths, so the drawn text is no wider than the
+    // measured line; rows run from y down over the strip's height.
+    int measured = 0, measuredHeight = 0;
+    text().calcLine("default", "Hi, 42!", &measured, &measuredHeight);
+    EXPECT_LE(w, measured);
+    EXPECT_EQ(h, measuredHeight + 1);
+    int lit = 0;
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 120; ++x) {
+            bool inBox = x >= 3 && x < 3 + w && y >= 2 && y < 2 + h;
+            int want = inBox && cov[y - 2][x - 3] > 0 ? 255 : 50;
+            ASSERT_EQ(canvas.at(x, y), want) << x << "," << y;
+            lit += want == 255;
+        }
+    EXPECT_GT(lit, 30);
+    EXPECT_TRUE(canvas.guardsIntact());
+    if (char const* dir = std::getenv("BRX_SURFACE_PNG")) {
+        Canvas shot(RGB8, 8, 3, 240, 90, 40);
+        QTD::RgbColor yellow(255, 255, 0, 0, 256);
+        yellow.setOpc(1);
+        draw(shot, "Hi, 42! gjpqy\nMono & RGB\tTab", 4, 4, &yellow, "large");
+        draw(shot, "fixed: 0123456789", 4, 60, &white, "fixed");
+        QImage(shot.buffer.data() + GUARD, 240, 90, shot.stride, QImage::Format_RGB888)
+            .save(QString(dir) + "/mem_surface.png");
+    }
+}
+
+TEST_F(MEMSurfaceTest, OpacityOneBlendsByCoverage) {
+    Canvas canvas(MONO8, 8, 1, 100, 30, 100);
+    QTD::RgbColor grey(200, 200, 200, 0, 256);
+    grey.setOpc(1);
+    ASSERT_EQ(grey.intensity(), 200);
+    draw(canvas, "Wx", 1, 1, &grey, "large");
+    int w, h;
+    auto cov = coverage("large", "Wx", w, h);
+    bool sawEdge = false;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            int a = cov[y][x];
+            int want = a == 0 ? 100 : static_cast<int>(100 * (1.0 - a / 255.0) + a / 255.0 * 200);
+            ASSERT_EQ(canvas.at(1 + x, 1 + y), want) << x << "," << y;
+            if (a >= 120 && a <= 136) {
+                // An edge of about half coverage gives about the mean.
+                EXPECT_NEAR(canvas.at(1 + x, 1 + y), 150, 4);
+                sawEdge = true;
+            }
+        }
+    EXPECT_TRUE(sawEdge);
+}
+
+TEST_F(MEMSurfaceTest, InversionAndThreshold) {
+    Canvas inverted(MONO8, 8, 1, 60, 30, 50);
+    QTD::RgbColor c(255, 0, 0, 0, 256);
+    c.setOpc(2);
+    draw(inverted, "M", 0, 0, &c);
+    int w, h;
+    auto cov = coverage("default", "M", w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            ASSERT_EQ(inverted.at(x, y), cov[y][x] ? 205 : 50);
+
+    // Opacity 3 (set by hand): black where the old pixel is bright, white where it is dark.
+    c.opacity = 3;
+    Canvas dark(MONO8, 8, 1, 60, 30, 50), bright(MONO8, 8, 1, 60, 30, 100);
+    draw(dark, "M", 0, 0, &c);
+    draw(bright, "M", 0, 0, &c);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            ASSERT_EQ(dark.at(x, y), cov[y][x] ? 255 : 50);
+            ASSERT_EQ(bright.at(x, y), cov[y][x] ? 0 : 100);
+        }
+}
+
+TEST_F(MEMSurfaceTest, ColourImagesTakeTheComponentsInTheirOrder) {
+    QTD::RgbColor orange(255, 128, 0, 0, 256);
+    Canvas rgb(RGB8, 8, 3, 60, 30, 7), bgr(BGR8, 8, 3, 60, 30, 7);
+    draw(rgb, "O", 2, 2, &orange);
+    draw(bgr, "O", 2, 2, &orange);
+    int w, h, lit = 0;
+    auto cov = coverage("default", "O", w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            bool on = cov[y][x] > 0;
+            lit += on;
+            EXPECT_EQ(rgb.at(2 + x, 2 + y, 0), on ? 255 : 7);
+            EXPECT_EQ(rgb.at(2 + x, 2 + y, 1), on ? 128 : 7);
+            EXPECT_EQ(rgb.at(2 + x, 2 + y, 2), on ? 0 : 7);
+            EXPECT_EQ(bgr.at(2 + x, 2 + y, 0), on ? 0 : 7);
+            EXPECT_EQ(bgr.at(2 + x, 2 + y, 2), on ? 255 : 7);
+        }
+    EXPECT_GT(lit, 10);
+}
+
+TEST_F(MEMSurfaceTest, DeepImagesTakeTheColourAtTheirDepth) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    Canvas mono16(MONO16, 16, 1, 40, 30, 1000), mono12(MONO12, 12, 1, 40, 30, 1000);
+    Canvas rgb16(RGB16, 16, 3, 40, 30, 1000);
+    draw(mono16, "T", 0, 0, &white);
+    draw(mono12, "T", 0, 0, &white);
+    draw(rgb16, "T", 0, 0, &white);
+    int w, h;
+    auto cov = coverage("default", "T", w, h);
+    int lit = 0;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            bool on = cov[y][x] > 0;
+            lit += on;
+            EXPECT_EQ(mono16.at(x, y), on ? 65535 : 1000);
+            EXPECT_EQ(mono12.at(x, y), on ? 4095 : 1000);
+            EXPECT_EQ(rgb16.at(x, y, 1), on ? 65535 : 1000);
+        }
+    EXPECT_GT(lit, 5);
+    EXPECT_TRUE(mono16.guardsIntact());
+    EXPECT_TRUE(rgb16.guardsIntact());
+}
+
+TEST_F(MEMSurfaceTest, BottomUpImagesGetUprightText) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    Canvas down(MONO8, 8, 1, 50, 30, 0), up(MONO8, 8, 1, 50, 30, 0);
+    up.record.orientation = 1;
+    draw(down, "Fg", 4, 3, &white);
+    draw(up, "Fg", 4, 3, &white);
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 50; ++x)
+            ASSERT_EQ(up.at(x, 29 - y), down.at(x, y)) << x << "," << y;
+}
+
+TEST_F(MEMSurfaceTest, GlyphsAreClippedAtEveryEdge) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    // No row padding: nothing may spill into the next row or past the buffer.
+    Canvas tight(MONO8, 8, 1, 12, 10, 0);
+    draw(tight, "WWW", -7, -5, &white);
+    draw(tight, "WWW", 6, 5, &white);
+    draw(tight, "W", 11, 9, &white);
+    draw(tight, "W", 12, 10, &white);
+    draw(tight, "W", -1000, 1000, &white);
+    EXPECT_TRUE(tight.guardsIntact());
+    Canvas colour(RGB16, 16, 3, 9, 7, 0);
+    draw(colour, "MMMM", 5, 4, &white, "large");
+    draw(colour, "MMMM", -30, -8, &white, "large");
+    EXPECT_TRUE(colour.guardsIntact());
+
+    // With padding, the column at the width may be written, never the ones behind it.
+    Canvas padded(MONO8, 8, 1, 12, 10, 0, 4);
+    draw(padded, "WWWW", 2, 0, &white);
+    for (int y = 0; y < 10; ++y)
+        for (int i = 13; i < 16; ++i)
+            EXPECT_EQ(padded.buffer[GUARD + y * padded.stride + i], GUARD_BYTE);
+    EXPECT_TRUE(padded.guardsIntact());
+}
+
+TEST_F(MEMSurfaceTest, TabsLineFeedsAndControlBytes) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    int step = text().fonts.getPropsValueAs<int>("default", "height", "0") * QTD::SurfaceText::tab;
+    ASSERT_GT(step, 0);
+    // "I" behind the tab starts at the first stop, since "i" is narrower than a stop.
+    Canvas tabbed(MONO8, 8, 1, 200, 30, 0), plain(MONO8, 8, 1, 200, 30, 0);
+    draw(tabbed, "i\tI", 3, 0, &white);
+    draw(plain, "I", 3 + step, 0, &white);
+    Canvas onlyI(MONO8, 8, 1, 200, 30, 0);
+    draw(onlyI, "i", 3, 0, &white);
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 200; ++x)
+            ASSERT_EQ(tabbed.at(x, y), std::max(plain.at(x, y), onlyI.at(x, y)));
+
+    // Two line feeds in a row give two lines, one line height apart.
+    int lineStep = text().fonts.getPropsValueAs<int>("default", "height", "0");
+    Canvas lines(MONO8, 8, 1, 60, 80, 0), second(MONO8, 8, 1, 60, 80, 0);
+    draw(lines, "A\n\nB", 0, 0, &white);
+    draw(second, "B", 0, lineStep, &white);
+    Canvas first(MONO8, 8, 1, 60, 80, 0);
+    draw(first, "A", 0, 0, &white);
+    for (int y = 0; y < 80; ++y)
+        for (int x = 0; x < 60; ++x)
+            ASSERT_EQ(lines.at(x, y), std::max(first.at(x, y), second.at(x, y)));
+
+    // Bytes below 32 are blanks.
+    Canvas control(MONO8, 8, 1, 60, 30, 0), spaced(MONO8, 8, 1, 60, 30, 0);
+    draw(control,
+         "\x01\x1f"
+         "A",
+         0, 0, &white);
+    draw(spaced, "  A", 0, 0, &white);
+    EXPECT_EQ(control.pixels(), spaced.pixels());
+    Canvas high(MONO8, 8, 1, 60, 30, 0);
+    draw(high, "\x7f\x80\xe9\xff", 0, 0, &white);
+    EXPECT_TRUE(high.guardsIntact());
+}
+
+TEST_F(MEMSurfaceTest, FontChoice) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    Canvas unknown(MONO8, 8, 1, 60, 30, 9), empty(MONO8, 8, 1, 60, 30, 9),
+        bold(MONO8, 8, 1, 60, 30, 9);
+    draw(unknown, "Ab", 0, 0, &white, "no such font");
+    EXPECT_EQ(unknown.pixels(), std::vector<uint8_t>(60 * 30, 9));
+    // An empty name takes the lowest name of the table: "bold".
+    draw(empty, "Ab", 0, 0, &white, "");
+    draw(bold, "Ab", 0, 0, &white, "bold");
+    EXPECT_EQ(empty.pixels(), bold.pixels());
+    EXPECT_NE(bold.pixels(), unknown.pixels());
+    // A null colour is the text object's own, black.
+    Canvas nullColour(MONO8, 8, 1, 60, 30, 9);
+    draw(nullColour, "Ab", 0, 0, nullptr);
+    int black = 0;
+    for (uint8_t v : nullColour.pixels())
+        black += v == 0;
+    EXPECT_GT(black, 5);
+}
+
+TEST_F(MEMSurfaceTest, BadInputDrawsNothing) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    Canvas canvas(MONO8, 8, 1, 40, 20, 9);
+    std::vector<uint8_t> untouched = canvas.pixels();
+    QTD::PROPERTIES bag;
+    EXPECT_FALSE(surface.begin(nullptr));
+    // No "image": a null image, nothing drawn.
+    EXPECT_TRUE(surface.begin(&bag));
+    EXPECT_FALSE(surface.textObject()->ready());
+    surface.text("Ab", 0, 0, "default", &white);
+    surface.end();
+    // Broken records.
+    for (int breakage = 0; breakage < 5; ++breakage) {
+        BrxImage saved = canvas.record;
+        switch (breakage) {
+        case 0:
+            canvas.record.imageData = nullptr;
+            break;
+        case 1:
+            canvas.record.bitsPerChannel = 0;
+            break;
+        case 2:
+            canvas.record.bitsPerChannel = 40;
+            break;
+        case 3:
+            canvas.record.width = 0;
+            break;
+        default:
+            canvas.record.stride = 0;
+            break;
+        }
+        draw(canvas, "Ab", 0, 0, &white);
+        canvas.record = saved;
+    }
+    draw(canvas, nullptr, 0, 0, &white);
+    draw(canvas, "", 0, 0, &white);
+    EXPECT_EQ(canvas.pixels(), untouched);
+    // Outside begin and end, and for everything but text, nothing happens.
+    surface.text("Ab", 0, 0, "default", &white);
+    bag.set("image", QTD::ATTR(static_cast<void*>(&canvas.record)), true);
+    ASSERT_TRUE(surface.begin(&bag));
+    surface.fillRect(-1, -1, -1, -1, &white);
+    surface.rect(0, 0, 10, 10, &white, 1, 0);
+    surface.line(0, 0, 10, 10, &white, 1, 0);
+    surface.image(&canvas.record, nullptr, nullptr);
+    surface.end();
+    EXPECT_EQ(canvas.pixels(), untouched);
+    EXPECT_TRUE(canvas.guardsIntact());
+    // A surface without init is not valid.
+    MEMSurface bare;
+    EXPECT_FALSE(bare.isValid());
+    EXPECT_FALSE(bare.begin(&bag));
+    bare.text("Ab", 0, 0, "default", &white);
+    EXPECT_EQ(bare.shut(), 1);
+}
+
+} // namespace
