@@ -9,6 +9,8 @@ namespace {
 // Output strip of the edge-directed method: wide enough that its side margins cost little,
 // narrow enough that the rings of rows of its float planes stay in the core's cache.
 constexpr int RCD_TILE_COLS = 1024;
+// Frames of fewer pixels run on the calling thread alone.
+constexpr int64_t SMALL_FRAME = 1 << 15;
 // Shortest strip: its top and bottom margins are 10 rows each.
 constexpr int RCD_MIN_ROWS = 64;
 // Sides beyond this would overflow the kernels' int arithmetic on positions.
@@ -52,7 +54,9 @@ bool BayerEngine::run(BayerFrame const& f, int algorithm) {
     if (!valid(f))
         return false;
     std::atomic<bool> ok{true};
-    int const workers = pool.size();
+    // Waking the workers costs more than a small frame takes on one core.
+    bool const small = static_cast<int64_t>(f.width) * f.height < SMALL_FRAME;
+    int const workers = small ? 1 : pool.size();
     if (algorithm == ALG_RCD) {
         // Tiles run down their rows as a pipeline, so only their side margins cost: tall
         // strips, a few per worker so that the workers finish together.
