@@ -14,6 +14,8 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <climits>
+#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -24,8 +26,16 @@ constexpr uint32_t TYPE_RGB8 = 0x02180171;
 constexpr int QT_STYLES[7] = {1, 2, 3, 4, 5, 6, 6};
 constexpr int const* STYLES = QT_STYLES;
 
+// Half away from zero, saturated to the int range (NaN gives 0).
 int roundHalfAway(double v) {
-    return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5);
+    if (std::isnan(v))
+        return 0;
+    double r = v < 0 ? v - 0.5 : v + 0.5;
+    if (r >= 2147483647.0)
+        return INT_MAX;
+    if (r <= -2147483648.0)
+        return INT_MIN;
+    return static_cast<int>(r);
 }
 
 QColor toQColor(QTD::RgbColor const& c) {
@@ -219,9 +229,9 @@ void CPUSurface::image(BrxImage* img, QTD::TRECT<double>* target, QTD::TRECT<dou
         return;
     QRectF from(0, 0, w, h);
     if (source)
-        from =
-            QRectF(roundHalfAway(source->x), roundHalfAway(source->y),
-                   std::abs(roundHalfAway(source->width)), std::abs(roundHalfAway(source->height)));
+        from = QRectF(roundHalfAway(source->x), roundHalfAway(source->y),
+                      roundHalfAway(std::fabs(source->width)),
+                      roundHalfAway(std::fabs(source->height)));
     QRectF to(0, 0, width, height);
     if (target)
         to = QRectF(roundHalfAway(target->x), roundHalfAway(target->y),

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -29,11 +30,13 @@ int CPUSurfaceText::drawLine(char const* text, int x, int y, QTD::ATTR font, QTD
     painter->setPen(pen);
     // The part behind each tab starts at the next stop past the part before it.
     std::vector<std::string> segments = tabSegments(text);
-    for (size_t i = 0; i < segments.size(); ++i) {
+    long cursor = x;
+    for (size_t i = 0; i < segments.size() && cursor <= INT_MAX; ++i) {
         if (!segments[i].empty())
-            painter->drawText(x, y, QString::fromLocal8Bit(segments[i].c_str()));
+            painter->drawText(static_cast<int>(cursor), y,
+                              QString::fromLocal8Bit(segments[i].c_str()));
         if (i + 1 < segments.size())
-            x += tabAdvance(info, segments[i].c_str());
+            cursor += tabAdvance(info, segments[i].c_str());
     }
     return 1;
 }

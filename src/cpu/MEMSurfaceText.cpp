@@ -116,16 +116,18 @@ int MEMSurfaceText::drawLine(char const* text, int x, int y, QTD::ATTR font, QTD
     QTD::RgbColor use = c ? *c : color;
     use.setColors(1 << image->bitsPerChannel, 0);
     std::vector<std::string> segments = tabSegments(text);
+    long cursor = x;
     for (size_t i = 0; i < segments.size(); ++i) {
-        drawSegment(segments[i].c_str(), static_cast<int>(segments[i].size()), x, y, strip, use);
+        drawSegment(segments[i].c_str(), static_cast<int>(segments[i].size()), cursor, y, strip,
+                    use);
         if (i + 1 < segments.size())
-            x += tabAdvance(info, segments[i].c_str());
+            cursor += tabAdvance(info, segments[i].c_str());
     }
     return 1;
 }
 
-int MEMSurfaceText::drawSegment(char const* text, int length, int x, int y, Strip const& strip,
-                                QTD::RgbColor const& color) {
+long MEMSurfaceText::drawSegment(char const* text, int length, long x, long y, Strip const& strip,
+                                 QTD::RgbColor const& color) {
     using namespace QTD::Procs;
     Target t;
     t.data = static_cast<uint8_t*>(image->imageData);
@@ -159,8 +161,11 @@ int MEMSurfaceText::drawSegment(char const* text, int length, int x, int y, Stri
         if (index >= rects.size())
             break;
         QTD::TRECT<int> const& r = rects[index];
+        // Everything further right is off the image.
+        if (x > t.width)
+            break;
         for (int row = 0; row < r.height; ++row) {
-            long imageRow = static_cast<long>(y) + row;
+            long imageRow = y + row;
             if (imageRow < 0)
                 continue;
             if (imageRow >= t.height)
@@ -172,7 +177,7 @@ int MEMSurfaceText::drawSegment(char const* text, int length, int x, int y, Stri
                 continue;
             uchar const* source = stripImage.constScanLine(stripRow);
             for (int column = 0; column < r.width; ++column) {
-                long imageColumn = static_cast<long>(x) + column;
+                long imageColumn = x + column;
                 if (imageColumn < 0)
                     continue;
                 // The column equal to the width is still written where the row's padding

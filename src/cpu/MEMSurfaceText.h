@@ -19,6 +19,6 @@ public:
 
 private:
     // Draws one tab-free segment; returns the x behind it.
-    int drawSegment(char const* text, int length, int x, int y, Strip const& strip,
-                    QTD::RgbColor const& color);
+    long drawSegment(char const* text, int length, long x, long y, Strip const& strip,
+                     QTD::RgbColor const& color);
 };

@@ -3,6 +3,8 @@
 #include "core/AutoLock.h"
 #include "screen/QTDSurface.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <memory>
 
@@ -18,8 +20,21 @@ double divide(double a, double b) {
     return nearZero(b) ? 0.0 : a / b;
 }
 
+// Half away from zero, saturated to the int range (NaN gives 0).
 int roundHalfAway(double v) {
-    return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5);
+    if (std::isnan(v))
+        return 0;
+    double r = v < 0 ? v - 0.5 : v + 0.5;
+    if (r >= 2147483647.0)
+        return INT_MAX;
+    if (r <= -2147483648.0)
+        return INT_MIN;
+    return static_cast<int>(r);
+}
+
+// Half away from zero, kept as a double.
+double roundHalf(double v) {
+    return std::trunc(v < 0 ? v - 0.5 : v + 0.5);
 }
 
 double clampTo(double v, double lo, double hi) {
@@ -610,10 +625,10 @@ bool QTDScreen::translateOne(double& value, Axis axis, QTD::ATTR const& from, QT
         return false;
     switch (target) {
     case CsImg:
-        value = roundHalfAway(f * size);
+        value = roundHalf(f * size);
         break;
     case CsScr:
-        value = roundHalfAway(f * scaled);
+        value = roundHalf(f * scaled);
         break;
     default: {
         double shift = size == 0 ? 0.0 : origin * scaleValue / size;

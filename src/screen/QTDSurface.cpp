@@ -2,10 +2,21 @@
 
 #include "screen/SurfaceText.h"
 
+#include <climits>
+#include <cmath>
+
 namespace {
 
+// Half away from zero, saturated to the int range (NaN gives 0).
 int roundHalfAway(double v) {
-    return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5);
+    if (std::isnan(v))
+        return 0;
+    double r = v < 0 ? v - 0.5 : v + 0.5;
+    if (r >= 2147483647.0)
+        return INT_MAX;
+    if (r <= -2147483648.0)
+        return INT_MIN;
+    return static_cast<int>(r);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -258,6 +259,9 @@ TEST_F(MEMSurfaceTest, GlyphsAreClippedAtEveryEdge) {
     draw(tight, "W", 11, 9, &white);
     draw(tight, "W", 12, 10, &white);
     draw(tight, "W", -1000, 1000, &white);
+    draw(tight, "W\tW\tW", INT_MAX - 3, INT_MIN, &white);
+    draw(tight, "W\tW\tW", INT_MIN, INT_MAX, &white);
+    draw(tight, "W\tW\tW", INT_MAX, 0, &white);
     EXPECT_TRUE(tight.guardsIntact());
     Canvas colour(RGB16, 16, 3, 9, 7, 0);
     draw(colour, "MMMM", 5, 4, &white, "large");

@@ -601,4 +601,39 @@ TEST_F(ScreenTest, SnapshotsAndNotifications) {
     EXPECT_EQ(receiver.count(), before);
 }
 
+TEST_F(ScreenTest, HostileNumbersNeverBreakTheView) {
+    open(1600, 1200, 800, 600);
+    double nan = std::nan("");
+    // A centre that is no number is corrected like any other.
+    EXPECT_TRUE(screen.at(nan, nan));
+    EXPECT_TRUE(std::isfinite(screen.centerX));
+    EXPECT_TRUE(std::isfinite(screen.originX));
+    EXPECT_TRUE(screen.at(1e300, -1e300));
+    EXPECT_DOUBLE_EQ(screen.centerX, 0.75);
+    EXPECT_DOUBLE_EQ(screen.centerY, 0.25);
+    double v = 1e300;
+    EXPECT_TRUE(screen.translateX(v, "img", "img", true));
+    EXPECT_GT(v, 1e299);
+    v = -1e300;
+    EXPECT_FALSE(screen.translateY(v, "win", "scr", true));
+    double x = nan, y = 1e308;
+    EXPECT_FALSE(screen.translate(&x, &y, "win", "img", true, true));
+    EXPECT_DOUBLE_EQ(y, 1200.0);
+    // Limits that allow absurd scales still give whole-number figures.
+    screen.props.set("screen.max", "2000000000", true);
+    screen.scale(1e-12, true);
+    EXPECT_GT(screen.zoom(), 0);
+    screen.zoom(true, 0, false);
+    screen.zoom(false, 0, false);
+    screen.props.set("scroll.horz", "0.0000000001", true);
+    screen.scrollPage();
+    screen.moveBy(true, 2000000000);
+    QTD::TRECT<int> r{0, 0, 0, 0};
+    screen.zoomRect(r, true);
+    screen.zoomRect(r, false);
+    r.width = 1;
+    screen.zoomRect(r, true);
+    EXPECT_TRUE(std::isfinite(screen.scaleValue));
+}
+
 } // namespace
