@@ -132,6 +132,21 @@ void BM_OpenCV_RGB8ToRGB8(benchmark::State& state) {
     state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
 }
 
+// The viewer's display stage alone: deep mono to RGB8 in one pass.
+void BM_DisplayStage_Mono12ToRGB8(benchmark::State& state) {
+    Image input = makeInput(PixelType::Mono12);
+    Image format(QTDImageHelpers::imageCreateFormat(nullptr, Width, Height, PixelType::RGB8));
+    BrxImgProcessor* stage = BrxDisplayCPU::Image::CreateComponent(nullptr);
+    stage->Init(input.get(), format.get());
+    for (auto _ : state) {
+        stage->ProcessImage(input.get(), nullptr, nullptr);
+        benchmark::DoNotOptimize(stage->Output());
+    }
+    stage->Release();
+    BrxDisplayCPU::Image::DeleteComponent(stage);
+    state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
+}
+
 // A disabled stage with an image of its set-up's size hands the input on: no copy at all.
 void BM_DisabledStage_PassThrough(benchmark::State& state) {
     Image input = makeInput(PixelType::Mono12);
@@ -167,6 +182,7 @@ BENCHMARK(BM_OpenCV_Mono8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Chain_Mono8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_OpenCV_RGB8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Chain_RGB8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_DisplayStage_Mono12ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Memcpy_Mono12)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_DisabledStage_PassThrough)->UseRealTime();
 

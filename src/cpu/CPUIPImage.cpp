@@ -6,6 +6,10 @@
 #include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#endif
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -78,29 +82,70 @@ void narrow(const cv::Mat& wide, cv::Mat& narrowed, int shift) {
     wide.convertTo(narrowed, CV_8U, scale, offset);
 }
 
-// Deep mono to an 8-bit three-channel image in one pass over the pixels: bands of rows small
-// enough to stay in cache are narrowed into `scratch` and expanded from there, in parallel.
-// The result is that of shifting a copy of the source, narrowing it and expanding grey to RGB.
-bool narrowMonoToRgb(BrxImage* source, BrxImage* scratch, BrxImage* target) {
+// One row of deep grey to three equal 8-bit channels: each sample shifted right by `shift`,
+// saturated at 255 and written three times.
+void greyRowToRgbScalar(const uint16_t* source, uint8_t* target, int from, int width, int shift) {
+    for (int x = from; x < width; ++x) {
+        const uint8_t v = uint8_t(std::min(source[x] >> shift, 255));
+        target[3 * x] = target[3 * x + 1] = target[3 * x + 2] = v;
+    }
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+// Sixteen pixels a step. After a shift of at least one bit the samples are below 32768, so the
+// signed saturating pack gives exactly the saturation at 255.
+__attribute__((target("ssse3"))) void greyRowToRgbSsse3(const uint16_t* source, uint8_t* target,
+                                                        int width, int shift) {
+    const __m128i bits = _mm_cvtsi32_si128(shift);
+    const __m128i first = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
+    const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+    const __m128i third =
+        _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+    int x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const __m128i low =
+            _mm_srl_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(source + x)), bits);
+        const __m128i high =
+            _mm_srl_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(source + x + 8)), bits);
+        const __m128i grey = _mm_packus_epi16(low, high);
+        __m128i* out = reinterpret_cast<__m128i*>(target + 3 * x);
+        _mm_storeu_si128(out, _mm_shuffle_epi8(grey, first));
+        _mm_storeu_si128(out + 1, _mm_shuffle_epi8(grey, second));
+        _mm_storeu_si128(out + 2, _mm_shuffle_epi8(grey, third));
+    }
+    greyRowToRgbScalar(source, target, x, width, shift);
+}
+
+const bool haveSsse3 = __builtin_cpu_supports("ssse3");
+#endif
+
+void greyRowToRgb(const uint16_t* source, uint8_t* target, int width, int shift) {
+#if defined(__x86_64__) || defined(__i386__)
+    if (haveSsse3 && shift >= 1) {
+        greyRowToRgbSsse3(source, target, width, shift);
+        return;
+    }
+#endif
+    greyRowToRgbScalar(source, target, 0, width, shift);
+}
+
+// Deep mono to an 8-bit three-channel image in one pass over the pixels, rows shared out over
+// OpenCV's worker threads. The result is that of shifting a copy of the source, narrowing it and
+// expanding grey to RGB, without the copy and the two further passes.
+bool narrowMonoToRgb(BrxImage* source, BrxImage* target) {
     const int width = int(source->width);
     const int height = int(source->height);
-    if (source->channels != 1 || target->channels != 3 || !rowsFit(source, 2ull * width) ||
-        !rowsFit(target, 3ull * width) || scratch == nullptr || scratch->imageData == nullptr ||
-        scratch->height < source->height || !rowsFit(scratch, uint64_t(width))) {
+    if (source->channels != 1 || target->channels != 3 || source->bitsPerChannel <= 8 ||
+        !rowsFit(source, 2ull * width) || !rowsFit(target, 3ull * width)) {
         return false;
     }
     const int shift = int(source->bitsPerChannel) - 8;
-    const cv::Mat wide(height, width, CV_16UC1, source->imageData, source->stride);
-    const cv::Mat grey(height, width, CV_8UC1, scratch->imageData, scratch->stride);
-    const cv::Mat rgb(height, width, CV_8UC3, target->imageData, target->stride);
-    constexpr int Band = 16;
-    cv::parallel_for_(cv::Range(0, (height + Band - 1) / Band), [&](const cv::Range& bands) {
-        for (int band = bands.start; band < bands.end; ++band) {
-            const cv::Range rows(band * Band, std::min(height, band * Band + Band));
-            cv::Mat greyRows = grey.rowRange(rows);
-            cv::Mat rgbRows = rgb.rowRange(rows);
-            narrow(wide.rowRange(rows), greyRows, shift);
-            cv::cvtColor(greyRows, rgbRows, cv::COLOR_GRAY2BGR);
+    const auto* from = static_cast<const uint8_t*>(source->imageData);
+    auto* to = static_cast<uint8_t*>(target->imageData);
+    cv::parallel_for_(cv::Range(0, height), [&](const cv::Range& rows) {
+        for (int y = rows.start; y < rows.end; ++y) {
+            greyRowToRgb(reinterpret_cast<const uint16_t*>(from + size_t(y) * source->stride),
+                         to + size_t(y) * target->stride, width, shift);
         }
     });
     return true;
@@ -340,7 +385,7 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
             narrow(wide, narrowed, int(source->bitsPerChannel) - 8);
             return true;
         }
-        if (c.monoToRgb && narrowMonoToRgb(source, rgbImage, target)) {
+        if (c.monoToRgb && narrowMonoToRgb(source, target)) {
             return true;
         }
         // The general way: shift a copy of the source, narrow it, then expand or swap.
