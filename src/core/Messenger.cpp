@@ -61,8 +61,16 @@ void Messenger::addCommon(Map& target) {
             target[row.key] = row.value;
 }
 
+// The messenger's own thread never takes `senders`: it holds `guard` while it delivers, and a
+// receiver that sends or posts from there would otherwise take `senders` after `guard`, the
+// reverse of the order of postCommandParams on other threads. `guard` keeps such a call apart
+// from every post already.
+RMutex* Messenger::sendersFor() {
+    return inOwnThread() ? nullptr : &senders;
+}
+
 int Messenger::sendCommandParams(char const* command, Map* params) {
-    AutoLock hold(&senders, "");
+    AutoLock hold(sendersFor(), "");
     char const* name = command ? command : "";
     Map local;
     if (params)
@@ -78,7 +86,7 @@ int Messenger::sendCommandParams(char const* command, Map* params) {
 }
 
 int Messenger::postCommandParams(char const* command, Map* params) {
-    AutoLock holdSenders(&senders, "");
+    AutoLock holdSenders(sendersFor(), "");
     if (!command)
         return 0;
     std::lock_guard<std::recursive_mutex> hold(guard);

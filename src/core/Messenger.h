@@ -45,6 +45,7 @@ public:
     RMutex senders;
 
 private:
+    RMutex* sendersFor();
     std::vector<BrxDisplayCommand*> snapshot();
     void addCommon(Map& target);
 

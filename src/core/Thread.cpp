@@ -71,7 +71,7 @@ int Thread::start(char const* name) {
     if (running || launches > 0) {
         // A loop that was asked to stop and is winding down is waited for and started anew;
         // otherwise a start right after a stop would be lost.
-        if (!stopping || loopThread.load() == std::this_thread::get_id())
+        if (!stopping || inOwnThread())
             return 0;
         waitForCompletion(-1);
     }

@@ -50,6 +50,10 @@ public:
     std::thread* thread;
     std::atomic<int> exitCode;
 
+protected:
+    // True on the thread that runs the loop, while it runs.
+    bool inOwnThread() const { return loopThread.load() == std::this_thread::get_id(); }
+
 private:
     static void proc(Thread* self);
     void leaveLaunch();

@@ -1,8 +1,144 @@
-#include <gtest/gtest.h>
 #include <brx/BrxLog4Cpp.h>
 
-TEST(Logging, ConfigureWithoutFileStillLogs) {
-    BrxLog4Cpp_configure("no-such-file.property", "BrxDisplayQt");
-    char text[] = "still here";
-    BrxLog4Cpp_Info("BrxDisplayQt", 1, text);
+#include "core/ComponentImpl.h"
+
+#include <gtest/gtest.h>
+
+#include <log4cpp/Category.hh>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+std::string executableDirectory() {
+    char path[PATH_MAX] = {0};
+    ssize_t n = readlink("/proc/self/exe", path, sizeof(path) - 1);
+    std::string dir(path, n < 0 ? 0 : static_cast<size_t>(n));
+    return dir.substr(0, dir.rfind('/'));
 }
+
+std::string readFile(std::string const& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// A log4cpp property file that sends everything to `logFile`; removed again on destruction,
+// together with the log.
+class PropertyFile {
+public:
+    PropertyFile(std::string path, std::string logFile) : path(std::move(path)), log(logFile) {
+        std::ofstream out(this->path);
+        out << "log4cpp.rootCategory=DEBUG, A1\n"
+               "log4cpp.appender.A1=FileAppender\n"
+               "log4cpp.appender.A1.fileName="
+            << logFile
+            << "\n"
+               "log4cpp.appender.A1.layout=PatternLayout\n"
+               "log4cpp.appender.A1.layout.ConversionPattern=%p %c: %m%n\n";
+    }
+    ~PropertyFile() {
+        std::remove(path.c_str());
+        std::remove(log.c_str());
+        // Later tests must not write into the removed file.
+        log4cpp::Category::getRoot().removeAllAppenders();
+    }
+    std::string const path;
+    std::string const log;
+};
+
+std::string unique(char const* stem) {
+    return std::string(stem) + "-" + std::to_string(getpid());
+}
+
+} // namespace
+
+TEST(Logging, PropertyFileBesideExecutableIsUsed) {
+    std::string const name = unique("brxlog4cpp-beside") + ".property";
+    PropertyFile file(executableDirectory() + "/" + name,
+                      "/tmp/" + unique("brxlog-beside") + ".log");
+    BrxLog4Cpp_configure(name.c_str(), "BrxDisplayQt");
+
+    char info[] = "an info line";
+    char notice[] = "a notice line";
+    BrxLog4Cpp_Info("BrxDisplayQt", 42, info);
+    BrxLog4Cpp_Error("BrxDisplayQt", 7, info);
+    BrxLog4Cpp_Notice("BrxDisplayQt", notice);
+    QTD::ComponentImpl component;
+    component.log.debug("from a component");
+
+    std::string const text = readFile(file.log);
+    EXPECT_NE(text.find("INFO BrxDisplayQt: an info line, code=42"), std::string::npos) << text;
+    EXPECT_NE(text.find("ERROR BrxDisplayQt: an info line, code=7"), std::string::npos);
+    EXPECT_NE(text.find("NOTICE BrxDisplayQt: a notice line"), std::string::npos);
+    EXPECT_NE(text.find("DEBUG BrxDisplayQt: from a component"), std::string::npos);
+}
+
+TEST(Logging, WorkingDirectoryHasNoEffect) {
+    char scratch[] = "/tmp/brxlog-cwd-XXXXXX";
+    ASSERT_NE(mkdtemp(scratch), nullptr);
+    char previous[PATH_MAX];
+    ASSERT_NE(getcwd(previous, sizeof(previous)), nullptr);
+    ASSERT_EQ(chdir(scratch), 0);
+
+    std::string const name = unique("brxlog4cpp-cwd") + ".property";
+    {
+        PropertyFile file(std::string(scratch) + "/" + name, std::string(scratch) + "/written.log");
+        BrxLog4Cpp_configure(name.c_str(), "BrxDisplayQt");
+        char text[] = "nowhere";
+        BrxLog4Cpp_Warning("BrxDisplayQt", 1, text);
+        EXPECT_EQ(readFile(file.log), "");
+    }
+    ASSERT_EQ(chdir(previous), 0);
+    rmdir(scratch);
+}
+
+TEST(Logging, WithoutFileEverythingWorks) {
+    BrxLog4Cpp_configure(unique("no-such-file").c_str(), "BrxDisplayQt");
+    BrxLog4Cpp_configure(nullptr, nullptr);
+    char text[] = "still here";
+    BrxLog4Cpp_Debug("BrxDisplayQt", 1, text);
+    BrxLog4Cpp_Info("BrxDisplayQt", 2, text);
+    BrxLog4Cpp_Warning("BrxDisplayQt", 3, text);
+    BrxLog4Cpp_Error("BrxDisplayQt", 4, text);
+    BrxLog4Cpp_Fatal("BrxDisplayQt", 5, text);
+    BrxLog4Cpp_Notice("BrxDisplayQt", text);
+    BrxLog4Cpp_Info(nullptr, 6, text);
+    QTD::ComponentImpl component;
+    EXPECT_EQ(component.SetParamInt("x", 1), 0u);
+}
+
+#ifdef BRX_DISPLAY_LIBRARY
+// The library is loaded in a child process that leaves with _exit. Once loaded it stays
+// resident, and its unload hook would otherwise run at the exit of this process, after log4cpp's
+// own statics are gone.
+TEST(Logging, LibraryLoadHookConfiguresAndLogs) {
+    PropertyFile file(executableDirectory() + "/brxlog4cpp.property",
+                      "/tmp/" + unique("brxlog-hook") + ".log");
+    EXPECT_EXIT(
+        {
+            void* library = dlopen(BRX_DISPLAY_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+            if (!library) {
+                std::fprintf(stderr, "%s\n", dlerror());
+                _exit(1);
+            }
+            dlclose(library);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    std::string const text = readFile(file.log);
+    EXPECT_NE(text.find("INFO BrxDisplayQt: DisplayQt: -> Enter"), std::string::npos) << text;
+    // The exit line is written only if dlclose really unloads the library, which its unique
+    // symbols prevent; then it would come at process exit.
+    if (text.find("DisplayQt: <- Exit") == std::string::npos)
+        std::printf("note: libBrxDisplayQt stayed loaded after dlclose, no exit line\n");
+}
+#endif

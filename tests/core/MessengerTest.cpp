@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -61,19 +63,27 @@ bool eventually(std::function<bool()> pred, int ms = 2000) {
     return pred();
 }
 
+// Receivers outlive the messenger, whose thread may still be delivering while it goes. The
+// whole fixture lives on the heap, so that ThreadSanitizer sees its locks go away with it.
+class MessengerTest : public testing::Test {
+protected:
+    Receiver first{1};
+    Receiver second{4};
+    Receiver r1;
+    Receiver r2;
+    QTD::Messenger m;
+};
+
 } // namespace
 
-TEST(Messenger, SendWithoutReceiversReturnsZero) {
-    QTD::Messenger m;
+TEST_F(MessengerTest, SendWithoutReceiversReturnsZero) {
     EXPECT_EQ(m.name, "QTD::Messenger");
     Map params{{"a", "1"}};
     EXPECT_EQ(m.sendCommandParams("cmd", &params), 0);
     EXPECT_FALSE(m.running);
 }
 
-TEST(Messenger, SendCallsEveryReceiverWithOneMapAndOrsResults) {
-    QTD::Messenger m;
-    Receiver first(1), second(4);
+TEST_F(MessengerTest, SendCallsEveryReceiverWithOneMapAndOrsResults) {
     m.addCommandProcessor(&first).addCommandProcessor(&second);
     m.props()->set("shared", "common", true);
     m.props()->set("a", "from-common", true);
@@ -88,40 +98,33 @@ TEST(Messenger, SendCallsEveryReceiverWithOneMapAndOrsResults) {
     EXPECT_EQ(params, (Map{{"a", "1"}, {"b", "2"}}));
 }
 
-TEST(Messenger, SendWithNullParamsAndEmptyCommonDeliversEmptyMap) {
-    QTD::Messenger m;
-    Receiver r;
-    m.addCommandProcessor(&r);
+TEST_F(MessengerTest, SendWithNullParamsAndEmptyCommonDeliversEmptyMap) {
+    m.addCommandProcessor(&r1);
     m.sendCommandParams("x", nullptr);
-    ASSERT_EQ(r.size(), 1u);
-    EXPECT_TRUE(r.taken()[0].params.empty());
+    ASSERT_EQ(r1.size(), 1u);
+    EXPECT_TRUE(r1.taken()[0].params.empty());
 }
 
-TEST(Messenger, ReceiverAddedTwiceIsCalledOnce) {
-    QTD::Messenger m;
-    Receiver r;
-    m.addCommandProcessor(&r).addCommandProcessor(&r).addCommandProcessor(nullptr);
+TEST_F(MessengerTest, ReceiverAddedTwiceIsCalledOnce) {
+    m.addCommandProcessor(&r1).addCommandProcessor(&r1).addCommandProcessor(nullptr);
     EXPECT_EQ(m.receivers.size(), 1u);
     m.sendCommandParams("x", nullptr);
-    EXPECT_EQ(r.size(), 1u);
+    EXPECT_EQ(r1.size(), 1u);
     Map p{{"k", "v"}};
     m.postCommandParams("y", &p);
-    ASSERT_TRUE(eventually([&] { return r.size() == 2; }));
+    ASSERT_TRUE(eventually([&] { return r1.size() == 2; }));
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_EQ(r.size(), 2u);
+    EXPECT_EQ(r1.size(), 2u);
 }
 
-TEST(Messenger, GetCommandProcessorChoosesTheTarget) {
-    QTD::Messenger m;
-    Receiver target(2);
-    Redirect redirect(&target);
+TEST_F(MessengerTest, GetCommandProcessorChoosesTheTarget) {
+    Redirect redirect(&second);
     m.addCommandProcessor(&redirect);
-    EXPECT_EQ(m.sendCommandParams("x", nullptr), 2);
-    EXPECT_EQ(target.size(), 1u);
+    EXPECT_EQ(m.sendCommandParams("x", nullptr), 4);
+    EXPECT_EQ(second.size(), 1u);
 }
 
-TEST(Messenger, PostsWithoutReceiversStayPending) {
-    QTD::Messenger m;
+TEST_F(MessengerTest, PostsWithoutReceiversStayPending) {
     Map p{{"x", "1"}};
     EXPECT_EQ(m.postCommandParams(nullptr, &p), 0);
     EXPECT_EQ(m.postCommandParams("", &p), 0);
@@ -132,8 +135,7 @@ TEST(Messenger, PostsWithoutReceiversStayPending) {
     EXPECT_EQ(m.pending.groups.size(), 1u);
 }
 
-TEST(Messenger, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
-    QTD::Messenger m;
+TEST_F(MessengerTest, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
     m.props()->set("c", "common", true);
     Map b{{"k", "b"}};
     Map a1{{"x", "1"}, {"c", "mine"}};
@@ -143,10 +145,9 @@ TEST(Messenger, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
     m.postCommandParams("notification.a", &a2);
     EXPECT_EQ(m.pending.groups.size(), 2u);
 
-    Receiver r;
-    m.addCommandProcessor(&r);
-    ASSERT_TRUE(eventually([&] { return r.size() == 2; }));
-    auto got = r.taken();
+    m.addCommandProcessor(&r1);
+    ASSERT_TRUE(eventually([&] { return r1.size() == 2; }));
+    auto got = r1.taken();
     EXPECT_EQ(got[0].command, "notification.a");
     EXPECT_EQ(got[0].params, (Map{{"c", "common"}, {"x", "2"}, {"y", "3"}}));
     EXPECT_EQ(got[1].command, "notification.b");
@@ -157,9 +158,7 @@ TEST(Messenger, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
     }));
 }
 
-TEST(Messenger, RemovingTheLastReceiverStopsTheThread) {
-    QTD::Messenger m;
-    Receiver r1, r2;
+TEST_F(MessengerTest, RemovingTheLastReceiverStopsTheThread) {
     m.addCommandProcessor(&r1).addCommandProcessor(&r2);
     ASSERT_TRUE(eventually([&] { return m.running.load(); }));
     EXPECT_EQ(m.delCommandProcessor(&r1), 1);
@@ -199,9 +198,9 @@ public:
 
 } // namespace
 
-TEST(Messenger, ReceiverMayPostFromWithinDelivery) {
-    QTD::Messenger m;
-    Reposter r(m);
+TEST_F(MessengerTest, ReceiverMayPostFromWithinDelivery) {
+    auto reposter = std::make_unique<Reposter>(m);
+    Reposter& r = *reposter;
     m.addCommandProcessor(&r);
     Map p{{"n", "1"}};
     m.postCommandParams("first", &p);
@@ -209,6 +208,9 @@ TEST(Messenger, ReceiverMayPostFromWithinDelivery) {
         std::lock_guard<std::mutex> hold(r.mutex);
         return r.seen.size() == 2;
     }));
-    std::lock_guard<std::mutex> hold(r.mutex);
-    EXPECT_EQ(r.seen, (std::vector<std::string>{"first", "second"}));
+    {
+        std::lock_guard<std::mutex> hold(r.mutex);
+        EXPECT_EQ(r.seen, (std::vector<std::string>{"first", "second"}));
+    }
+    m.shut();
 }

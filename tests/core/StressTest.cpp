@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -84,6 +85,22 @@ public:
     std::map<std::string, long> lastSeen;
 };
 
+// Posts again from within each delivery of "notification.a", on the messenger's thread, while
+// other threads post.
+class EchoReceiver : public BrxDisplayCommand {
+public:
+    explicit EchoReceiver(QTD::Messenger& m) : messenger(m) {}
+    int RunCommandParams(char const* command, Map*) override {
+        if (std::strcmp(command, "notification.a") == 0) {
+            Map p{{"e", std::to_string(++echoes)}};
+            messenger.postCommandParams("notification.echo", &p);
+        }
+        return 0;
+    }
+    QTD::Messenger& messenger;
+    long echoes = 0;
+};
+
 class CountingReceiver : public BrxDisplayCommand {
 public:
     int RunCommandParams(char const*, Map*) override {
@@ -100,9 +117,12 @@ TEST(Stress, MessengerDeliversWhilePostersPost) {
     CountingReceiver counter;
     long sent = 0;
     {
-        QTD::Messenger m;
+        // On the heap, so that ThreadSanitizer sees its locks go away with it.
+        auto owner = std::make_unique<QTD::Messenger>();
+        QTD::Messenger& m = *owner;
         m.props()->set("common", "1", true);
-        m.addCommandProcessor(&poster);
+        EchoReceiver echo(m);
+        m.addCommandProcessor(&poster).addCommandProcessor(&echo);
         std::vector<std::thread> threads;
         for (int t = 0; t < 3; ++t) {
             threads.emplace_back([&m, t] {
@@ -132,6 +152,8 @@ TEST(Stress, MessengerDeliversWhilePostersPost) {
             if (m.pending.groups.empty())
                 break;
         }
+        // The receivers below go before the messenger does.
+        m.shut();
     }
     EXPECT_FALSE(poster.bad);
     EXPECT_GT(poster.calls, 0);
