@@ -108,95 +108,92 @@ __attribute__((target("avx2"))) inline __m256i loadHalves(const uint8_t* low, co
     return _mm256_inserti128_si256(_mm256_castsi128_si256(a), b, 1);
 }
 
-// Each of these converts whole steps of 16 pixels while 16 pixels are wanted and the two 16-byte
-// reads stay before `end`; they return the count of pixels done, the rest is left to the caller.
+// The four layouts as 16 pixels in 16-bit words from one step of bytes: `step` bytes are
+// consumed, `need` bytes must be readable, and the byte output keeps the top 8 of `bits`.
+#define BRX_AVX2 __attribute__((target("avx2")))
 
-__attribute__((target("avx2"))) uint64_t bulk10p(const uint8_t* src, const uint8_t* end,
-                                                 uint64_t count, uint16_t* out) {
+struct Layout10p {
+    static constexpr int step = 20, need = 26, bits = 10;
     // Pixel k of a group sits in bytes k and k + 1, shifted by 2k bits: multiply it up to the
     // top of the word, then shift all down alike.
-    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, 0, 1,
-                                             1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9);
-    const __m256i scale = _mm256_setr_epi16(64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1);
-    uint64_t done = 0;
-    for (; count - done >= 16 && end - src >= 26; src += 20, done += 16) {
+    BRX_AVX2 static inline __m256i words(const uint8_t* src) {
+        const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, 0,
+                                                 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9);
+        const __m256i scale =
+            _mm256_setr_epi16(64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1);
         __m256i w = _mm256_shuffle_epi8(loadHalves(src, src + 10), shuffle);
-        w = _mm256_srli_epi16(_mm256_mullo_epi16(w, scale), 6);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), w);
+        return _mm256_srli_epi16(_mm256_mullo_epi16(w, scale), 6);
     }
-    return done;
-}
+};
 
-__attribute__((target("avx2"))) uint64_t bulk12p(const uint8_t* src, const uint8_t* end,
-                                                 uint64_t count, uint16_t* out) {
-    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11, 0,
-                                             1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11);
-    const __m256i scale = _mm256_setr_epi16(16, 1, 16, 1, 16, 1, 16, 1, 16, 1, 16, 1, 16, 1, 16, 1);
-    uint64_t done = 0;
-    for (; count - done >= 16 && end - src >= 28; src += 24, done += 16) {
+struct Layout12p {
+    static constexpr int step = 24, need = 28, bits = 12;
+    BRX_AVX2 static inline __m256i words(const uint8_t* src) {
+        const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11,
+                                                 0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11);
+        const __m256i scale = _mm256_set1_epi32(0x00010010);
         __m256i w = _mm256_shuffle_epi8(loadHalves(src, src + 12), shuffle);
-        w = _mm256_srli_epi16(_mm256_mullo_epi16(w, scale), 4);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), w);
+        return _mm256_srli_epi16(_mm256_mullo_epi16(w, scale), 4);
     }
-    return done;
-}
+};
 
-template <int Bits>
-__attribute__((target("avx2"))) uint64_t bulkG(const uint8_t* src, const uint8_t* end,
-                                               uint64_t count, uint16_t* out) {
+template <int Bits> struct LayoutG {
+    static constexpr int step = 24, need = 28, bits = Bits;
     // Words of (b1, b0) for the first pixel of a group and (b1, b2) for the second.
-    const __m256i shuffle = _mm256_setr_epi8(1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11, 1,
-                                             0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11);
-    uint64_t done = 0;
-    for (; count - done >= 16 && end - src >= 28; src += 24, done += 16) {
+    BRX_AVX2 static inline __m256i words(const uint8_t* src) {
+        const __m256i shuffle = _mm256_setr_epi8(1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11,
+                                                 1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11);
         __m256i w = _mm256_shuffle_epi8(loadHalves(src, src + 12), shuffle);
-        __m256i v;
-        if (Bits == 12) {
-            const __m256i high = _mm256_set1_epi32(0x0FFF0FF0);
-            const __m256i low = _mm256_set1_epi32(0x0000000F);
-            v = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(w, 4), high),
-                                _mm256_and_si256(w, low));
-        } else {
-            const __m256i scale = _mm256_set1_epi32(0x00010010);
-            v = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(w, 6), _mm256_set1_epi16(0x3FC)),
-                                _mm256_and_si256(_mm256_srli_epi16(_mm256_mullo_epi16(w, scale), 4),
-                                                 _mm256_set1_epi16(0x3)));
-        }
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), v);
+        if (Bits == 12)
+            return _mm256_or_si256(
+                _mm256_and_si256(_mm256_srli_epi16(w, 4), _mm256_set1_epi32(0x0FFF0FF0)),
+                _mm256_and_si256(w, _mm256_set1_epi32(0x0000000F)));
+        const __m256i scale = _mm256_set1_epi32(0x00010010);
+        return _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(w, 6), _mm256_set1_epi16(0x3FC)),
+                               _mm256_and_si256(_mm256_srli_epi16(_mm256_mullo_epi16(w, scale), 4),
+                                                _mm256_set1_epi16(0x3)));
+    }
+};
+
+// Whole steps while they are wanted and their reads stay before `end`; the count of pixels done
+// comes back, the rest is left to the caller.
+template <class L>
+BRX_AVX2 uint64_t bulk(const uint8_t* src, const uint8_t* end, uint64_t count, uint16_t* out) {
+    uint64_t done = 0;
+    for (; count - done >= 16 && end - src >= L::need; src += L::step, done += 16)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), L::words(src));
+    return done;
+}
+
+template <class L>
+BRX_AVX2 uint64_t bulk(const uint8_t* src, const uint8_t* end, uint64_t count, uint8_t* out) {
+    uint64_t done = 0;
+    for (; count - done >= 32 && end - src >= L::step + L::need; src += 2 * L::step, done += 32) {
+        __m256i a = _mm256_srli_epi16(L::words(src), L::bits - 8);
+        __m256i b = _mm256_srli_epi16(L::words(src + L::step), L::bits - 8);
+        __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + done), packed);
     }
     return done;
 }
+
+#undef BRX_AVX2
 
 #endif
 
-template <typename T> inline uint64_t vector10p(const uint8_t*, const uint8_t*, uint64_t, T*) {
-    return 0;
-}
-template <typename T> inline uint64_t vector12p(const uint8_t*, const uint8_t*, uint64_t, T*) {
-    return 0;
-}
-template <int Bits, typename T>
-inline uint64_t vectorG(const uint8_t*, const uint8_t*, uint64_t, T*) {
-    return 0;
-}
-
 #ifdef BRX_UNPACK_AVX2
-template <>
-inline uint64_t vector10p(const uint8_t* src, const uint8_t* end, uint64_t count, uint16_t* out) {
-    return haveAvx2() ? bulk10p(src, end, count, out) : 0;
+template <class L, typename T>
+inline uint64_t vectorRun(const uint8_t* src, const uint8_t* end, uint64_t count, T* out) {
+    return haveAvx2() ? bulk<L>(src, end, count, out) : 0;
 }
-template <>
-inline uint64_t vector12p(const uint8_t* src, const uint8_t* end, uint64_t count, uint16_t* out) {
-    return haveAvx2() ? bulk12p(src, end, count, out) : 0;
+#else
+template <class L, typename T>
+inline uint64_t vectorRun(const uint8_t*, const uint8_t*, uint64_t, T*) {
+    return 0;
 }
-template <>
-inline uint64_t vectorG<10>(const uint8_t* src, const uint8_t* end, uint64_t count, uint16_t* out) {
-    return haveAvx2() ? bulkG<10>(src, end, count, out) : 0;
-}
-template <>
-inline uint64_t vectorG<12>(const uint8_t* src, const uint8_t* end, uint64_t count, uint16_t* out) {
-    return haveAvx2() ? bulkG<12>(src, end, count, out) : 0;
-}
+struct Layout10p {};
+struct Layout12p {};
+template <int Bits> struct LayoutG {};
 #endif
 
 // --- Mono10p: 5 bytes, 4 pixels, least significant bits first -------------------------------
@@ -216,7 +213,7 @@ inline void put10p(uint64_t v, uint8_t* out) {
 }
 
 template <typename T> void row10p(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
-    const uint64_t vec = vector10p(src, end, width, out); // a multiple of 4 pixels
+    const uint64_t vec = vectorRun<Layout10p>(src, end, width, out); // a multiple of 4 pixels
     src += vec / 4 * 5, out += vec, width -= vec;
     uint64_t groups = width / 4;
     uint64_t fast = 0;
@@ -261,7 +258,7 @@ void run12p(const uint8_t* base, const uint8_t* end, uint64_t first, uint64_t co
         src += 3;
         --count;
     }
-    const uint64_t vec = vector12p(src, end, count, out); // a multiple of 4 pixels
+    const uint64_t vec = vectorRun<Layout12p>(src, end, count, out); // a multiple of 4 pixels
     src += vec / 2 * 3, out += vec, count -= vec;
     uint64_t quads = count / 4; // two groups, six bytes each step
     uint64_t fast = 0;
@@ -302,7 +299,7 @@ template <int Bits> inline void putG(uint64_t v, uint8_t* out) {
 
 template <int Bits, typename T>
 void rowG(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
-    const uint64_t vec = vectorG<Bits>(src, end, width, out); // a multiple of 4 pixels
+    const uint64_t vec = vectorRun<LayoutG<Bits>>(src, end, width, out); // a multiple of 4 pixels
     src += vec / 2 * 3, out += vec, width -= vec;
     uint64_t quads = width / 4;
     uint64_t fast = 0;
