@@ -199,18 +199,26 @@ TEST(CPUIPImage, ColourConversionsToRgb8) {
 }
 
 TEST(CPUIPImage, DeepSamplesAboveTheDepthSaturate) {
+    // Wide enough for the vectorised part of a row and its scalar tail.
     Stage s;
-    auto input = TestImages::make(4, 1, PixelType::Mono12);
-    const uint16_t samples[4] = {0xFFFF, 0x1000, 4095, 16};
-    std::memcpy(input->imageData, samples, sizeof(samples));
-    auto display = TestImages::make(4, 1, PixelType::RGB8);
+    auto input = TestImages::make(40, 2, PixelType::Mono12);
+    const uint16_t samples[5] = {0xFFFF, 0x1000, 4095, 16, 15};
+    for (uint32_t y = 0; y < 2; ++y) {
+        for (uint32_t x = 0; x < 40; ++x) {
+            row16(input.get(), y)[x] = samples[(x + y) % 5];
+        }
+    }
+    auto display = TestImages::make(40, 2, PixelType::RGB8);
     ASSERT_EQ(s->Init(input.get(), display.get()), 0u);
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    const uint8_t* got = row8(s->Output(), 0);
-    EXPECT_EQ(got[0], 255);
-    EXPECT_EQ(got[3], 255);
-    EXPECT_EQ(got[6], 255);
-    EXPECT_EQ(got[9], 1);
+    const uint8_t expected[5] = {255, 255, 255, 1, 0};
+    for (uint32_t y = 0; y < 2; ++y) {
+        for (uint32_t x = 0; x < 40; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                ASSERT_EQ(row8(s->Output(), y)[3 * x + c], expected[(x + y) % 5]) << x << "," << y;
+            }
+        }
+    }
 }
 
 TEST(CPUIPImage, DeepColourNarrowsIntoAnRgb8Output) {
