@@ -8,6 +8,10 @@
 #include <cstddef>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace QTD {
 class LookupTable;
 }
@@ -89,17 +93,25 @@ template <typename T> void ShiftBuffer_DuffsDevice(T* buffer, unsigned int count
         break;
     }
 #undef BRX_SHIFT_ONE
-    // The rest is whole groups of eight; separate loops for the two directions keep the branch
-    // out of the body, so that they compile to vector shifts.
+    // The rest is whole groups of eight, one vector shift each where the words are 16 bits.
     T* p = buffer + done;
-    const unsigned int rest = count - done;
-    if (left) {
-        for (unsigned int i = 0; i < rest; ++i)
-            p[i] = static_cast<T>(p[i] << by);
-    } else {
-        for (unsigned int i = 0; i < rest; ++i)
-            p[i] = static_cast<T>(p[i] >> by);
+    const unsigned int groups = (count - done) / 8;
+#if defined(__SSE2__)
+    if constexpr (sizeof(T) == 2) {
+        const __m128i amount = _mm_cvtsi32_si128(static_cast<int>(by));
+        __m128i* v = reinterpret_cast<__m128i*>(p);
+        if (left)
+            for (unsigned int g = 0; g < groups; ++g)
+                _mm_storeu_si128(v + g, _mm_sll_epi16(_mm_loadu_si128(v + g), amount));
+        else
+            for (unsigned int g = 0; g < groups; ++g)
+                _mm_storeu_si128(v + g, _mm_srl_epi16(_mm_loadu_si128(v + g), amount));
+        return;
     }
+#endif
+    for (unsigned int g = 0; g < groups; ++g, p += 8)
+        for (int i = 0; i < 8; ++i)
+            p[i] = static_cast<T>(left ? p[i] << by : p[i] >> by);
 }
 
 // Copies `bytes` of each of `rows` rows; strides are in bytes. Eight rows a step, the odd ones
