@@ -196,6 +196,8 @@ TEST(ProcessingChain, WalkHandsEachOutputOn) {
     EXPECT_EQ(chain.properties.getAs<void*>("@output.image"), target.get());
     const std::string time = chain.properties.get("time");
     EXPECT_NE(time.find(" ms"), std::string::npos) << time;
+    EXPECT_GE(std::stod(time), 0.0);
+    EXPECT_LT(std::stod(time), 10000.0);
 }
 
 TEST(ProcessingChain, AFailingStageEndsThePassWithCodeOne) {
