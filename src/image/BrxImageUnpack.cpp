@@ -37,8 +37,11 @@ inline uint64_t loadTail(const uint8_t* p, const uint8_t* end) {
 }
 
 bool basicChecks(BrxImage const* source, BrxImage* target) {
-    return source && target && source->imageData &&
-           static_cast<uint64_t>(source->width) * source->height != 0;
+    if (!source || !target || !source->imageData)
+        return false;
+    const uint64_t pixels = static_cast<uint64_t>(source->width) * source->height;
+    // More pixels than a 32-bit size of packed data can hold would only overflow the sums below.
+    return pixels != 0 && pixels <= (1ull << 33);
 }
 
 inline bool byteOutput(BrxImage const* target) {

@@ -370,7 +370,8 @@ int dataSwapRgb16b(BrxImage* image, unsigned short* target) {
 // A clear flag flips top to bottom, whole rows as they are stored; a set flag flips left to
 // right, pixel by pixel.
 template <typename T> int dataFlipImage(BrxImage* image, T* target, bool flag) {
-    if (!usable(image) || uint64_t(image->stride) * image->height > image->imageSize) {
+    if (!usable(image) || image->stride < sizeof(T) || image->height > INT32_MAX ||
+        uint64_t(image->stride) * image->height > image->imageSize) {
         failed("dataFlip");
         return 0;
     }

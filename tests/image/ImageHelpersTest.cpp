@@ -347,3 +347,38 @@ TEST(ImageData, ApplyLutPerChannel) {
     EXPECT_EQ(0, dataApplyLUT(mono.p, &empty));
     EXPECT_EQ(0, dataApplyLUT(mono.p, nullptr));
 }
+
+// Records whose declared block is shorter than their rows: nothing is read or written past the
+// block (checked under AddressSanitizer, the blocks being exactly as long as declared).
+TEST(ImageData, ShortBlocksStayInside) {
+    auto shortImage = [](unsigned type, std::vector<uint8_t>& block) {
+        BrxImage image{};
+        imageCreateFormat(&image, 16, 8, type);
+        block.assign(image.imageSize / 2 + 3, 1);
+        image.imageSize = uint32_t(block.size());
+        image.imageData = block.data();
+        return image;
+    };
+    std::vector<uint8_t> a, b, c;
+    BrxImage mono8 = shortImage(kMono8, a);
+    BrxImage rgb8 = shortImage(kRGB8, b);
+    BrxImage mono12 = shortImage(kMono12, c);
+    Image full8(16, 8, kMono8), fullRgb(16, 8, kRGB8), full12(16, 8, kMono12);
+
+    EXPECT_EQ(1, dataCopy8b(full8.p, &mono8)); // rows that fit
+    full12->stride += 2;
+    EXPECT_EQ(1, dataCopy16b(&mono12, full12.p));
+    EXPECT_EQ(1, dataShift16b8b(&mono12, &mono8));
+    EXPECT_EQ(1, dataColorize(&mono12, &rgb8, 1, 2, 3, 4));
+    QTD::LookupTable table(256, 3), deep(4096, 1);
+    EXPECT_EQ(1, dataApplyLUT(&rgb8, &table));
+    EXPECT_EQ(1, dataApplyLUT(&mono12, &deep));
+    // Whole-image OpenCV calls need the whole block.
+    EXPECT_EQ(0, dataFlip8b(&rgb8, nullptr, false));
+    EXPECT_EQ(0, dataSwapRgb8b(&rgb8, nullptr));
+    std::vector<char> out(16 * 8 * 3);
+    EXPECT_EQ(0, dataMonoRgb8b(&mono8, out.data(), 48));
+    mono8.stride = 0;
+    EXPECT_EQ(0, dataFlip8b(&mono8, nullptr, false));
+    EXPECT_EQ(1, dataShift16b(&mono12, nullptr, 2)); // in place, over the declared size
+}

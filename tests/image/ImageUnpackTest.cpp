@@ -281,9 +281,17 @@ TEST(UnpackRobustness, RefusesWhatItCannotRead) {
     EXPECT_EQ(0, BrxImageUnpack::Unpack(&src.image, &out.image));
     // A declared size that is far too large for the pixels and dimensions is fine as long as the
     // block really holds them; huge dimensions against a small block are refused.
-    src.image.width = 0x7FFFFFFF;
-    src.image.height = 0x7FFFFFFF;
-    EXPECT_EQ(0, BrxImageUnpack::Unpack(&src.image, &out.image));
+    for (uint32_t big : {0x7FFFFFFFu, 0xFFFFFFFFu, 0xAAAAAAABu}) {
+        for (unsigned type : types) {
+            src.image.pixelType = type;
+            src.image.packing = type & 0xFF00;
+            src.image.width = big;
+            src.image.height = big;
+            EXPECT_EQ(0, BrxImageUnpack::Unpack(&src.image, &out.image)) << big;
+            src.image.height = 1;
+            EXPECT_EQ(0, BrxImageUnpack::Unpack(&src.image, &out.image)) << big;
+        }
+    }
 }
 
 TEST(UnpackDispatch, FollowsThePackingBits) {
