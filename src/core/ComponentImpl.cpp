@@ -75,7 +75,7 @@ unsigned int ComponentImpl::SetParamArray(char const*, void*, unsigned int) {
 }
 
 bool ComponentImpl::lookup(char const* name, ATTR& value) {
-    return properties.find(ATTR(name), &value, false);
+    return properties.find(ATTR(name), &value, true);
 }
 
 unsigned int ComponentImpl::GetParamBool(char const* name, bool* value) {

@@ -72,7 +72,8 @@ public:
 
 private:
     unsigned int setTyped(char const* name, ATTR const& text);
-    // Finds `name` without the bag's lock; false if there is no such row.
+    // Copies the value of `name` out under the bag's lock, so that a writer on another thread
+    // cannot move the rows under the read; false if there is no such row.
     bool lookup(char const* name, ATTR& value);
 };
 

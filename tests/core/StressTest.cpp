@@ -1,5 +1,6 @@
-// Several threads at once on the locks, the messenger and the double buffer, for a bounded time.
-// Meant to run clean under ThreadSanitizer as well.
+// Several threads at once on the locks, the messenger, the double buffer and a component's bag,
+// for a bounded time. Meant to run clean under ThreadSanitizer as well.
+#include "core/ComponentImpl.h"
 #include "core/QTDUtils.h"
 #include "core/QTDUtilsCounter.h"
 
@@ -210,4 +211,30 @@ TEST(Stress, DoubleBufferReaderSeesWholeFrames) {
     EXPECT_FALSE(torn);
     EXPECT_GT(framesRead, 0);
     EXPECT_GT(received.frames, 0);
+}
+
+TEST(Stress, ComponentReadsWhileAnotherThreadAddsParameters) {
+    auto component = std::make_unique<QTD::ComponentImpl>();
+    component->SetParamInt("watched", 1);
+    std::atomic<bool> wrong{false};
+    std::thread writer([&] {
+        long i = 0;
+        forAWhile([&] {
+            // New keys make the rows grow and move.
+            component->SetParamInt(("k" + std::to_string(i % 2000)).c_str(), i);
+            component->SetParamInt("watched", ++i);
+        });
+    });
+    std::thread reader([&] {
+        long last = 0;
+        forAWhile([&] {
+            long v = 0;
+            if (component->GetParamInt("watched", &v) != 0 || v < last)
+                wrong = true;
+            last = v;
+        });
+    });
+    writer.join();
+    reader.join();
+    EXPECT_FALSE(wrong);
 }
