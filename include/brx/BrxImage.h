@@ -59,6 +59,7 @@ static_assert(offsetof(BrxImage, width) == 36, "BrxImage layout");
 static_assert(offsetof(BrxImage, height) == 40, "BrxImage layout");
 static_assert(offsetof(BrxImage, imageSize) == 44, "BrxImage layout");
 static_assert(offsetof(BrxImage, stride) == 48, "BrxImage layout");
+static_assert(offsetof(BrxImage, padding) == 52, "BrxImage layout");
 static_assert(offsetof(BrxImage, timestamp) == 56, "BrxImage layout");
 static_assert(offsetof(BrxImage, imageID) == 64, "BrxImage layout");
 static_assert(sizeof(void*) != 8 || offsetof(BrxImage, userData) == 72, "BrxImage layout");
