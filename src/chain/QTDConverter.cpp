@@ -1,0 +1,224 @@
+#include "chain/QTDConverter.h"
+
+#include "chain/QTDProcessor.h"
+#include "image/QTDImageHelpers.h"
+#include "screen/QTDSurface.h"
+
+#include <brx/BrxComponent.h>
+#include <brx/BrxDisplayProcessor.h>
+#include <brx/BrxImgProcessors.h>
+
+#include <mutex>
+
+using QTD::ATTR;
+using namespace QTD::Procs;
+
+namespace {
+
+bool sameSize(const BrxImage* image, const BrxImage* format) {
+    return image != nullptr && format != nullptr && image->width != 0 && image->height != 0 &&
+           image->width == format->width && image->height == format->height;
+}
+
+} // namespace
+
+QTDConverter::QTDConverter(BrxDisplayProcessor* display, bool opengl) {
+    parent = display != nullptr ? display->GetComponent() : nullptr;
+    properties.set("opengl", ATTR(opengl ? 1 : 0), true);
+    properties.set("parent", ATTR(static_cast<void*>(display)), true);
+}
+
+QTDConverter::~QTDConverter() {
+    destroyLastStage();
+    state = StateIdle;
+}
+
+int QTDConverter::RunCommandParams(const char* command,
+                                   std::map<std::string, std::string>* params) {
+    (void)command;
+    (void)params;
+    return 0;
+}
+
+BrxDisplayProcessor* QTDConverter::controller() {
+    return static_cast<BrxDisplayProcessor*>(properties.getAs<void*>("parent", "", true));
+}
+
+QTD::ComponentImpl* QTDConverter::controllerComponent() {
+    BrxDisplayProcessor* display = controller();
+    return display != nullptr ? dynamic_cast<QTD::ComponentImpl*>(display->GetComponent())
+                              : nullptr;
+}
+
+QTDProcessor* QTDConverter::chainOf(QTD::ComponentImpl* component) {
+    if (component == nullptr) {
+        return nullptr;
+    }
+    return static_cast<QTDProcessor*>(component->properties.getAs<void*>("processor", "", true));
+}
+
+void QTDConverter::destroyLastStage() {
+    if (lastStage != nullptr) {
+        lastStage->Release();
+        delete lastStage;
+        lastStage = nullptr;
+    }
+}
+
+bool QTDConverter::fits(BrxImage* source, BrxImage* target) {
+    return sameSize(source, inputFormat) && sameSize(target, outputFormat);
+}
+
+uint32_t QTDConverter::Init(BrxImage* input, BrxImage* target) {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    lastError = CodeOk;
+    Release();
+    if (input == nullptr) {
+        lastError = CodeBadArgument;
+        return statusWord(lastError);
+    }
+    if (controller() == nullptr) {
+        lastError = CodeNotReady;
+        return statusWord(lastError);
+    }
+    QTD::ComponentImpl* component = controllerComponent();
+    QTDProcessor* chain = chainOf(component);
+    BrxImgProcessor* outputStage = chain != nullptr ? chain->GetProcessor("image.output") : nullptr;
+    BrxImage* stageInput = outputStage != nullptr ? outputStage->Format(true) : nullptr;
+    BrxImage* stageOutput = outputStage != nullptr ? outputStage->Format(false) : nullptr;
+    if (!sameSize(input, stageInput) || stageOutput == nullptr) {
+        lastError = CodeNotReady;
+        return statusWord(lastError);
+    }
+
+    lastStage = BrxDisplayCPU::Image::CreateComponent(nullptr);
+    if (lastStage == nullptr) {
+        lastError = CodeFailed;
+        return statusWord(lastError);
+    }
+    lastStage->GetComponent()->SetParamInt("external", 1);
+    if (statusCode(lastStage->Init(stageOutput, target)) != CodeOk) {
+        destroyLastStage();
+        lastError = CodeFailed;
+        return statusWord(lastError);
+    }
+
+    inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, stageOutput);
+    outputFormat = target != nullptr
+                       ? QTDImageHelpers::imageCreateFormat(nullptr, int(target->width),
+                                                            int(target->height), target->pixelType)
+                       : nullptr;
+    if (inputFormat == nullptr || outputFormat == nullptr) {
+        Release();
+        lastError = CodeNoResources;
+        return statusWord(lastError);
+    }
+    state = StateReady;
+    ready = 1;
+    return 0;
+}
+
+uint32_t QTDConverter::ProcessImage(BrxImage* source, BrxImage* target, void* context) {
+    log.debug("QTDConverter::ProcessImage()");
+    if (!fits(source, target)) {
+        lastError = CodeBadArgument;
+        return statusWord(lastError);
+    }
+    output = nullptr;
+    lastError = CodeOk;
+    if (state == StateIdle) {
+        lastError = CodeNotReady;
+        return statusWord(lastError);
+    }
+    state = StateRunning;
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+
+    QTD::ComponentImpl* component = controllerComponent();
+    QTDProcessor* chain = chainOf(component);
+    if (component == nullptr || chain == nullptr || !ready || lastStage == nullptr) {
+        state = StateChainFailed;
+        lastError = CodeFailed;
+        return statusWord(lastError);
+    }
+    auto* surface =
+        static_cast<QTDSurface*>(component->properties.getAs<void*>("surface", "", true));
+
+    // No display pass may run on the chain while the conversion borrows it.
+    std::lock_guard<std::recursive_mutex> chainLock(chain->stageLock);
+    if (surface != nullptr) {
+        surface->begin(nullptr);
+    }
+    properties.set("@src", ATTR(static_cast<void*>(source)), true);
+    properties.set("@out", ATTR(static_cast<void*>(target)), true);
+    properties.set("@data", ATTR(context), true);
+
+    const bool chainOnGpu = chain->properties.getAs<int>("opengl", "0", true) != 0;
+    BrxImage* current = source;
+    const int count = chain->Size();
+    for (int i = 0; i < count; ++i) {
+        if (chain->stages.valueAt(i).empty()) {
+            continue;
+        }
+        BrxImgProcessor* stage = chain->GetProcessor(i);
+        if (stage == nullptr || statusCode(stage->ProcessImage(current, nullptr, context)) != 0) {
+            state = StateChainFailed;
+            if (surface != nullptr) {
+                surface->end();
+            }
+            lastError = CodeFailed;
+            return statusWord(lastError);
+        }
+        if (stage->Output() != nullptr) {
+            current = stage->Output();
+        }
+        // The viewer's stages behind "image.output" never run for a conversion.
+        if (chain->stages.keyAt(i).same("image.output", false)) {
+            if (chainOnGpu) {
+                long readBack = 0;
+                BrxComponent* stageComponent = stage->GetComponent();
+                if (stageComponent != nullptr) {
+                    stageComponent->GetParamInt("readGPU", &readBack);
+                    if (readBack == 0) {
+                        stageComponent->RunCommand("readGPU");
+                    }
+                }
+            }
+            break;
+        }
+    }
+
+    if (statusCode(lastStage->ProcessImage(current, target, context)) == CodeOk) {
+        output = target;
+        state = StateDone;
+    } else {
+        state = StateLastStageFailed;
+    }
+    if (surface != nullptr) {
+        surface->end();
+    }
+    lastError = CodeOk;
+    return 0;
+}
+
+bool QTDConverter::BeginProcessing() {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    if (ready) {
+        state = StateRequested;
+    }
+    return ready != 0;
+}
+
+bool QTDConverter::EndProcessing() {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    if (ready) {
+        state = StateReady;
+    }
+    return ready != 0;
+}
+
+void QTDConverter::Release() {
+    std::lock_guard<std::recursive_mutex> lock(stageLock);
+    destroyLastStage();
+    state = StateIdle;
+    ImageProcessorData::Release();
+}
