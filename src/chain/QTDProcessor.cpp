@@ -19,14 +19,14 @@ template <class Kind> BrxImgProcessor* create(BrxComponent* parent) {
 }
 
 // Factories of the CPU composition. A kind whose stage is not built yet is null here, and is
-// wired in by its own line: create<BrxDisplayCPU::Bayer>, create<BrxDisplayCPU::ImageOverlay>.
-// Until then a mosaic cannot be composed, and the chain goes without an overlay stage.
+// wired in by its own line: create<BrxDisplayCPU::ImageOverlay>. Until then the chain goes
+// without an overlay stage.
 using Factory = BrxImgProcessor* (*)(BrxComponent* parent);
 const Factory createYUV2RGB = create<BrxDisplayCPU::YUV2RGB>;
 const Factory createUnpack = create<BrxDisplayCPU::Unpack>;
 const Factory createImage = create<BrxDisplayCPU::Image>;
 const Factory createColorCorrection = create<BrxDisplayCPU::ColorCorrection>;
-const Factory createCpuBayer = nullptr;
+const Factory createCpuBayer = create<BrxDisplayCPU::Bayer>;
 const Factory createCpuOverlay = nullptr;
 
 // A pass is bracketed by the surface's begin and end, so that GPU stages draw into a current

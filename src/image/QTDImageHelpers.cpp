@@ -516,4 +516,86 @@ int dataApplyLUT(BrxImage* image, QTD::LookupTable* table) {
     return 1;
 }
 
+// OpenCV names a mosaic by the colours at its second row and column, so each pattern is shifted
+// by one site diagonally: the camera's RG is OpenCV's BG.
+int PixelTypeToBayerType(unsigned int pixelType) {
+    switch (pixelType) {
+    case 0x0308010D: // BayerGR8
+    case 0x03100211: // BayerGR10
+    case 0x03100315: // BayerGR12
+    case 0x03100429: // BayerGR14
+    case 0x0310052D: // BayerGR16
+        return cv::COLOR_BayerGB2RGB;
+    case 0x0308010E: // BayerRG8
+    case 0x03100212: // BayerRG10
+    case 0x03100316: // BayerRG12
+    case 0x0310042A: // BayerRG14
+    case 0x0310052E: // BayerRG16
+        return cv::COLOR_BayerBG2RGB;
+    case 0x0308010F: // BayerGB8
+    case 0x03100213: // BayerGB10
+    case 0x03100317: // BayerGB12
+    case 0x0310042B: // BayerGB14
+    case 0x0310052F: // BayerGB16
+        return cv::COLOR_BayerGR2RGB;
+    case 0x03080110: // BayerBG8
+    case 0x03100214: // BayerBG10
+    case 0x03100318: // BayerBG12
+    case 0x0310042C: // BayerBG14
+    case 0x03100530: // BayerBG16
+        return cv::COLOR_BayerRG2RGB;
+    default:
+        return -1;
+    }
+}
+
+namespace {
+
+// The method variant of a bilinear code; -1 for an unknown method.
+int bayerMethod(int code, int flags) {
+    struct Variants {
+        int bilinear, vng, ea;
+    };
+    static const Variants variants[] = {
+        {cv::COLOR_BayerBG2RGB, cv::COLOR_BayerBG2RGB_VNG, cv::COLOR_BayerBG2RGB_EA},
+        {cv::COLOR_BayerGB2RGB, cv::COLOR_BayerGB2RGB_VNG, cv::COLOR_BayerGB2RGB_EA},
+        {cv::COLOR_BayerRG2RGB, cv::COLOR_BayerRG2RGB_VNG, cv::COLOR_BayerRG2RGB_EA},
+        {cv::COLOR_BayerGR2RGB, cv::COLOR_BayerGR2RGB_VNG, cv::COLOR_BayerGR2RGB_EA},
+    };
+    for (const Variants& v : variants)
+        if (v.bilinear == code)
+            return flags == 0 ? v.bilinear : flags == 1 ? v.vng : flags == 2 ? v.ea : -1;
+    return -1;
+}
+
+int debayer(BrxImage* image, char* target, int stride, int flags, bool deep, const char* what) {
+    cv::Mat in, out;
+    const int depth = deep ? CV_16U : CV_8U;
+    // OpenCV's demosaicing wants a 2 x 2 cell at least.
+    const int code = usable(image) && image->width >= 2 && image->height >= 2 &&
+                             (image->bitsPerChannel > 8) == deep
+                         ? bayerMethod(PixelTypeToBayerType(image->pixelType), flags)
+                         : -1;
+    const int64_t targetStride = stride > 0 ? stride : int64_t(image->stride) * 3;
+    // Rows of words start on whole words.
+    const bool aligned = !deep || ((image->stride | targetStride) & 1) == 0;
+    if (code < 0 || !target || !aligned || targetStride > INT32_MAX ||
+        !wrapSelf(image, depth, 1, in) || !wrap(image, target, int(targetStride), depth, 3, out)) {
+        failed(what);
+        return 0;
+    }
+    cv::cvtColor(in, out, code);
+    return 1;
+}
+
+} // namespace
+
+int dataDebayer8b(BrxImage* image, char* target, int stride, int flags) {
+    return debayer(image, target, stride, flags, false, "dataDebayer8b");
+}
+
+int dataDebayer16b(BrxImage* image, char* target, int stride) {
+    return debayer(image, target, stride, 0, true, "dataDebayer16b");
+}
+
 } // namespace QTDImageHelpers

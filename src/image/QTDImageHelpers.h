@@ -45,7 +45,14 @@ int dataFlip16b(BrxImage* image, unsigned short* target, bool flag);
 int dataMonoRgb8b(BrxImage* image, char* target, int stride);
 int dataCbYCr422ToRGB8b(BrxImage* image, char* target, int stride);
 int dataApplyLUT(BrxImage* image, QTD::LookupTable* table);
-// dataDebayer8b, dataDebayer16b and PixelTypeToBayerType come with the demosaicing stage.
+// Bayer mosaics by OpenCV, to RGB of the same depth. `stride` above 0 is the target's row length
+// in bytes, otherwise 3 times the image's. `flags` picks OpenCV's method for 8 bits: 0 bilinear,
+// 1 variable number of gradients, 2 edge-aware; 16-bit words are bilinear.
+int dataDebayer8b(BrxImage* image, char* target, int stride, int flags);
+int dataDebayer16b(BrxImage* image, char* target, int stride);
+// The cv::cvtColor code that turns the unpacked Bayer type `pixelType` into RGB by bilinear
+// interpolation, or -1 for any other type.
+int PixelTypeToBayerType(unsigned int pixelType);
 
 template <typename T>
 int colorize(BrxImage* source, BrxImage* target, unsigned int low, unsigned int high,
