@@ -1,0 +1,218 @@
+#include "window/QTDViewer.h"
+
+#include "chain/QTDProcessor.h"
+#include "image/QTDImageHelpers.h"
+#include "window/QTDWindow.h"
+
+#include <brx/BrxImgProcessors.h>
+
+#include <QBoxLayout>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QResizeEvent>
+#include <QScrollBar>
+
+#include <chrono>
+
+namespace {
+
+// What the screen draws on the CPU path: packed RGB, 8 bits a channel.
+constexpr unsigned int DISPLAY_FORMAT = 35127665;
+
+int side(uint32_t v) {
+    return v > 0x7FFFFFFFu ? 0 : static_cast<int>(v);
+}
+
+} // namespace
+
+QTDViewer::QTDViewer(QWidget* parent, bool opengl) : QWidget(parent) {
+    properties.set("system.parentWidget", QTD::ATTR(static_cast<void*>(parent)), true);
+    properties.set("system.opengl", QTD::ATTR(opengl ? 1 : 0), true);
+
+    horzBar = new QScrollBar(Qt::Horizontal, this);
+    vertBar = new QScrollBar(Qt::Vertical, this);
+    window = new QTDWindow(this, opengl);
+    container = QWidget::createWindowContainer(window, this);
+    container->setFocusPolicy(Qt::StrongFocus);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    if (parent && !parent->layout()) {
+        column->addWidget(container);
+        column->addWidget(horzBar);
+        // The vertical bar lives in the application's widget, to the right of the viewer.
+        auto* row = new QHBoxLayout(parent);
+        row->setContentsMargins(0, 0, 0, 0);
+        row->setSpacing(0);
+        row->addWidget(this);
+        row->addWidget(vertBar);
+    } else {
+        // No widget of the application to share (or it has a layout of its own): the vertical
+        // bar stays inside the viewer.
+        auto* row = new QHBoxLayout();
+        row->setContentsMargins(0, 0, 0, 0);
+        row->setSpacing(0);
+        row->addWidget(container);
+        row->addWidget(vertBar);
+        column->addLayout(row);
+        column->addWidget(horzBar);
+    }
+
+    connect(horzBar, &QScrollBar::valueChanged, this, &QTDViewer::slotHorzSliderChanged);
+    connect(vertBar, &QScrollBar::valueChanged, this, &QTDViewer::slotVertSliderChanged);
+
+    window->setScrollBars(horzBar, vertBar);
+    horzBar->setVisible(true);
+    vertBar->setVisible(true);
+    container->setVisible(true);
+    setVisible(true);
+    activateWindow();
+
+    if (window->init()) {
+        properties.set("surface", window->getProperty("surface", QTD::ATTR()), true);
+    } else {
+        delete window;
+        window = nullptr;
+        status = NoWindow;
+    }
+}
+
+QTDViewer::~QTDViewer() {
+    {
+        std::lock_guard<std::recursive_mutex> hold(imageMutex);
+        // The container would delete the window too, but later, after the bars it refers to.
+        delete window;
+        window = nullptr;
+    }
+    shut();
+}
+
+int32_t QTDViewer::init(BrxImage* format, QTDProcessor* processor) {
+    status = Good;
+    if (!format || format->width == 0 || format->height == 0 || !processor)
+        return status = BadArguments;
+    {
+        std::lock_guard<std::recursive_mutex> hold(imageMutex);
+        status = properties.getAs<int>("system.opengl", "0") != 0 ? initQGL(format, processor)
+                                                                  : initCPU(format, processor);
+    }
+    if (status != Good)
+        shut();
+    return status;
+}
+
+int32_t QTDViewer::initCPU(BrxImage* format, QTDProcessor* processor) {
+    if (!processor)
+        return status = BadArguments;
+    status = Good;
+    BrxImage* source = format;
+    int count = processor->Size();
+    if (BrxImgProcessor* last = count > 0 ? processor->GetProcessor(count - 1) : nullptr)
+        if (last->Output())
+            source = last->Output();
+    if (!source || side(source->width) == 0 || side(source->height) == 0)
+        return status = NoWindow;
+
+    // A new set-up replaces the images of the last one; the chain that used them is gone.
+    shut();
+    int w = side(source->width);
+    int h = side(source->height);
+    processedImage = QTDImageHelpers::imageCreateFormat(nullptr, w, h, source->pixelType);
+    displayImage = QTDImageHelpers::imageCreateFormat(nullptr, w, h, DISPLAY_FORMAT);
+    if (!processedImage || !displayImage)
+        return status = NoImages;
+
+    BrxComponent* owner = processor->GetComponent();
+    BrxDisplayCPU::Image* displayStage = BrxDisplayCPU::Image::CreateComponent(owner);
+    if (!displayStage)
+        return status = NoImages;
+    if (displayStage->Init(processedImage, displayImage) != 0 ||
+        processor->AddProcessor("image.display", displayStage) != 0) {
+        displayStage->Release();
+        BrxDisplayCPU::Image::DeleteComponent(displayStage);
+        return status = NoImages;
+    }
+
+    BrxDisplayCPU::ExposureColoration* coloration =
+        BrxDisplayCPU::ExposureColoration::CreateComponent(owner);
+    if (!coloration)
+        return status = NoColoration;
+    if (coloration->Init(displayImage, nullptr) != 0 ||
+        processor->AddProcessor("image.coloration", coloration) != 0) {
+        coloration->Release();
+        BrxDisplayCPU::ExposureColoration::DeleteComponent(coloration);
+        return status = NoColoration;
+    }
+    // Coloration waits for its command to switch on.
+    coloration->Enable(false);
+    return status;
+}
+
+int32_t QTDViewer::initQGL(BrxImage*, QTDProcessor* processor) {
+    // The OpenGL stages and surface come with the GPU backend; a window without a surface is
+    // what this path reports until then.
+    if (!window)
+        return status = NoWindow;
+    if (!processor)
+        return status = BadArguments;
+    return status = NoWindow;
+}
+
+void QTDViewer::shut() {
+    QTDImageHelpers::imageDelete(processedImage);
+    processedImage = nullptr;
+    QTDImageHelpers::imageDelete(displayImage);
+    displayImage = nullptr;
+}
+
+void QTDViewer::setImage(BrxImage* newImage, bool redrawNow) {
+    std::lock_guard<std::recursive_mutex> hold(imageMutex);
+    image = newImage;
+    if (window) {
+        window->setImage(newImage, false);
+        if (redrawNow)
+            window->update();
+    }
+    if (!redrawNow) {
+        long ns = static_cast<long>(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                        std::chrono::system_clock::now().time_since_epoch())
+                                        .count());
+        log.debug("QTDViewer::setImage: post UpdateRequest, sys timestamp %ld ns, image id %lu", ns,
+                  newImage ? static_cast<unsigned long>(newImage->imageID) : 0ul);
+        QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
+    }
+}
+
+void QTDViewer::slotDisplayImage(BrxImage* newImage, bool redrawNow) {
+    setImage(newImage, redrawNow);
+}
+
+void QTDViewer::redraw(bool) {
+    // A frame that is being prepared right now needs no second request.
+    std::unique_lock<std::recursive_mutex> hold(imageMutex, std::try_to_lock);
+    if (hold.owns_lock() && window)
+        window->update();
+}
+
+void QTDViewer::messenger(QTD::Messenger* m) {
+    if (window)
+        window->messenger(m);
+}
+
+void QTDViewer::resizeEvent(QResizeEvent* event) {
+    if (window)
+        container->resize(event->size());
+}
+
+void QTDViewer::slotHorzSliderChanged(int value) {
+    std::lock_guard<std::recursive_mutex> hold(processorGuard);
+    if (window)
+        window->setScroll(value, -1);
+}
+
+void QTDViewer::slotVertSliderChanged(int value) {
+    std::lock_guard<std::recursive_mutex> hold(processorGuard);
+    if (window)
+        window->setScroll(-1, value);
+}

@@ -1,0 +1,459 @@
+#include "window/QTDWindow.h"
+
+#include "core/Messenger.h"
+#include "cpu/CPUScreen.h"
+#include "cpu/CPUSurface.h"
+#include "screen/QTDScreen.h"
+#include "screen/QTDSurface.h"
+#include "window/QTDZoom.h"
+
+#include <QCoreApplication>
+#include <QCursor>
+#include <QExposeEvent>
+#include <QFocusEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QResizeEvent>
+#include <QScrollBar>
+#include <QWheelEvent>
+#include <QWidget>
+
+#include <algorithm>
+#include <chrono>
+
+namespace {
+
+// Frames are logged with the wall clock, read before the logging call decides anything.
+long timestampNs() {
+    return static_cast<long>(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                 std::chrono::system_clock::now().time_since_epoch())
+                                 .count());
+}
+
+unsigned long idOf(BrxImage* image) {
+    return image ? static_cast<unsigned long>(image->imageID) : 0ul;
+}
+
+} // namespace
+
+QTDWindow::QTDWindow(QWidget* parentWidget, bool opengl) : parent(parentWidget) {
+    if (opengl)
+        setSurfaceType(QSurface::OpenGLSurface);
+    properties.set("opengl", QTD::ATTR(opengl ? 1 : 0), true);
+    properties.set("parent", QTD::ATTR(static_cast<void*>(parentWidget)), true);
+}
+
+QTDWindow::~QTDWindow() {
+    mouseFree();
+    shut();
+}
+
+bool QTDWindow::init() {
+    bool opengl = properties.getAs<int>("opengl", "0") == 1;
+    shut();
+    status = 0;
+    {
+        std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+        QWindow::create();
+        // The OpenGL surface and screen come with the GPU backend; until then that path fails
+        // here and the window stays shut.
+        if (!opengl)
+            surface = new CPUSurface();
+        zoomView = new QTDZoom(this);
+        properties.set("surface", QTD::ATTR(static_cast<void*>(surface)), true);
+        QTD::PROPERTIES surfaceProps;
+        surfaceProps.set("window", QTD::ATTR(static_cast<void*>(this)), true);
+        if (!surface || !surface->init(&surfaceProps))
+            status = 1;
+        if (!opengl)
+            screen = new CPUScreen(surface);
+        if (!screen || !screen->init(this, 0, 0, QTDScreen::FitActual))
+            status = 1;
+        // The overlay objects bind to the surface here once they exist.
+        insertInputProcessor(this, nullptr);
+        insertInputProcessor(zoomView, nullptr);
+    }
+    keyboard.addCommand("sd", "cmd.display.view.status");
+    keyboard.addCommand("si", "cmd.display.view.info");
+    if (status == 0)
+        processCommand("view.changed", nullptr);
+    else
+        shut();
+    return status == 0;
+}
+
+bool QTDWindow::shut() {
+    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    // The chain must not keep what is about to go, nor the window twice after a new init.
+    removeInputProcessor(zoomView);
+    removeInputProcessor(this);
+    // The surface goes first although the screen refers to it: the screen's destructor leaves
+    // it alone.
+    delete surface;
+    surface = nullptr;
+    delete screen;
+    screen = nullptr;
+    delete zoomView;
+    zoomView = nullptr;
+    return true;
+}
+
+bool QTDWindow::isValid() {
+    return surface && screen;
+}
+
+bool QTDWindow::isValidImage() {
+    BrxImage* current = image.load();
+    return current && current->width != 0 && current->height != 0 && current->imageData;
+}
+
+void QTDWindow::render() {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    if (!isValid() || !isExposed())
+        return;
+    QTD::PROPERTIES frame;
+    screen->begin(&frame);
+    screen->clear(false);
+    // A setImage on another thread may replace the pointer meanwhile; this frame keeps the one
+    // it started with.
+    BrxImage* current = image.load();
+    if (current) {
+        long ns = timestampNs();
+        log.debug("QTDWindow::render(): draw image, sys timestamp %ld ns, id %lu", ns,
+                  idOf(current));
+        screen->draw(current, &frame);
+        ns = timestampNs();
+        log.debug("QTDWindow::render(): image is drawn, sys timestamp %ld ns, id %lu", ns,
+                  idOf(current));
+        screen->prepare(&frame);
+        // The overlay objects draw here, over the image, once they exist.
+    }
+    screen->end(&frame, true);
+}
+
+void QTDWindow::update() {
+    long ns = timestampNs();
+    log.debug("QTDWindow::update(): post UpdateRequest, sys timestamp %ld ns, image id %lu", ns,
+              idOf(image.load()));
+    QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest), Qt::NormalEventPriority);
+}
+
+void QTDWindow::setImage(BrxImage* newImage, bool redraw) {
+    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+    image.store(newImage);
+    if (!newImage)
+        return;
+    log.debug("QTDWindow::setImage(): id = %lu", idOf(newImage));
+    if (screen)
+        screen->image(static_cast<int>(std::min<uint32_t>(newImage->width, INT32_MAX)),
+                      static_cast<int>(std::min<uint32_t>(newImage->height, INT32_MAX)));
+    updateScrollParameters(3);
+    if (redraw)
+        update();
+}
+
+void QTDWindow::resize(int width, int height) {
+    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+    if (!isValid())
+        return;
+    screen->window(width, height);
+    // The overlay objects take the new surface size here once they exist.
+}
+
+bool QTDWindow::event(QEvent* e) {
+    if (e->type() == QEvent::UpdateRequest) {
+        long ns = timestampNs();
+        log.debug("QTDWindow::event(): UpdateRequest event, sys timestamp %ld ns, image id %lu", ns,
+                  idOf(image.load()));
+        render();
+        return true;
+    }
+    return QWindow::event(e);
+}
+
+void QTDWindow::exposeEvent(QExposeEvent*) {
+    if (isExposed())
+        render();
+}
+
+void QTDWindow::resizeEvent(QResizeEvent*) {
+    if (!isValid())
+        return;
+    QSize size = QWindow::size();
+    resize(size.width(), size.height());
+    render();
+}
+
+// Mouse and keyboard handling: the window's own processor declines everything until the pan,
+// rubber band and key table join it.
+bool QTDWindow::mouseDown(int, int, bool, int) {
+    return false;
+}
+
+bool QTDWindow::mouseMove(int, int, int) {
+    return false;
+}
+
+bool QTDWindow::mouseUp(int, int, bool, int) {
+    return false;
+}
+
+bool QTDWindow::mouseDblClick(int, int, bool, int) {
+    return false;
+}
+
+bool QTDWindow::mouseWheel(int) {
+    return false;
+}
+
+bool QTDWindow::mouseFree() {
+    return false;
+}
+
+bool QTDWindow::keyDown(int) {
+    return false;
+}
+
+template <typename Call> void QTDWindow::dispatch(Call call) {
+    bool handled = false;
+    {
+        std::lock_guard<std::mutex> holdInputs(inputMutex);
+        for (QTDInput* input : inputs)
+            if (call(input)) {
+                handled = true;
+                break;
+            }
+    }
+    if (handled)
+        update();
+}
+
+void QTDWindow::focusOutEvent(QFocusEvent*) {
+    std::lock_guard<std::mutex> holdInputs(inputMutex);
+    for (QTDInput* input : inputs)
+        input->mouseFree();
+}
+
+void QTDWindow::keyPressEvent(QKeyEvent* e) {
+    int key = e->key();
+    dispatch([key](QTDInput* input) { return input->keyDown(key); });
+}
+
+void QTDWindow::mousePressEvent(QMouseEvent* e) {
+    QPoint p = e->localPos().toPoint();
+    bool left = e->button() == Qt::LeftButton;
+    dispatch([&](QTDInput* input) { return input->mouseDown(p.x(), p.y(), left, 0); });
+}
+
+void QTDWindow::mouseReleaseEvent(QMouseEvent* e) {
+    QPoint p = e->localPos().toPoint();
+    bool left = e->button() == Qt::LeftButton;
+    dispatch([&](QTDInput* input) { return input->mouseUp(p.x(), p.y(), left, 0); });
+}
+
+void QTDWindow::mouseDoubleClickEvent(QMouseEvent* e) {
+    QPoint p = e->localPos().toPoint();
+    bool left = e->button() == Qt::LeftButton;
+    dispatch([&](QTDInput* input) { return input->mouseDblClick(p.x(), p.y(), left, 0); });
+}
+
+void QTDWindow::mouseMoveEvent(QMouseEvent* e) {
+    QPoint p = e->localPos().toPoint();
+    int left = e->button() == Qt::LeftButton ? 1 : 0;
+    dispatch([&](QTDInput* input) { return input->mouseMove(p.x(), p.y(), left); });
+}
+
+void QTDWindow::wheelEvent(QWheelEvent* e) {
+    QPoint angle = e->angleDelta();
+    int delta = angle.y() != 0 ? angle.y() : angle.x();
+    dispatch([delta](QTDInput* input) { return input->mouseWheel(delta); });
+}
+
+QTD::TPAIR<int> QTDWindow::cursorPos(bool global) {
+    QPoint p = QCursor::pos();
+    if (!global && parent)
+        p = parent->mapFromGlobal(p);
+    QTD::TPAIR<int> result;
+    result.x = p.x();
+    result.y = p.y();
+    return result;
+}
+
+QTD::TRECT<int> QTDWindow::windowRect(bool frame) {
+    QTD::TRECT<int> result;
+    if (!parent)
+        return result;
+    if (frame) {
+        QRect g = parent->frameGeometry();
+        result.x = g.x();
+        result.y = g.y();
+        result.width = g.width();
+        result.height = g.height();
+        return result;
+    }
+    QWidget* widget = parent->childAt(parent->width() / 2, parent->height() / 2);
+    if (!widget)
+        widget = parent;
+    result.width = widget->width() - widget->x();
+    result.height = widget->height() - widget->y();
+    return result;
+}
+
+void QTDWindow::window2global(QTD::TPAIR<int>& point) {
+    if (!parent)
+        return;
+    QPoint p = parent->mapToGlobal(QPoint(point.x, point.y));
+    point.x = p.x();
+    point.y = p.y();
+}
+
+void QTDWindow::global2window(QTD::TPAIR<int>& point) {
+    if (!parent)
+        return;
+    QPoint p = parent->mapFromGlobal(QPoint(point.x, point.y));
+    point.x = p.x();
+    point.y = p.y();
+}
+
+bool QTDWindow::processCommand(QTD::ATTR command, QTD::PROPERTIES* props) {
+    if (command.same("view.changed")) {
+        // The overlay objects given in image coordinates are placed again here once they exist.
+        {
+            std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+            if (messengerRef && (notificationFlags & 1)) {
+                QTD::Messenger::Map map{{"code", "view.changed"}};
+                messengerRef->postCommandParams("notification.view", &map);
+            }
+        }
+        updateScrollParameters(3);
+        return true;
+    }
+    if (command.same("cmd.notification.flags.set")) {
+        if (props) {
+            int flags = props->getAs<int>("flags", "-1");
+            if (flags != -1)
+                notificationFlags = flags;
+        }
+        return false;
+    }
+    if (command.same("cmd.display.view.status") || command.same("cmd.display.view.info")) {
+        if (messengerRef)
+            messengerRef->postCommandParams(command.c_str(), nullptr);
+        return false;
+    }
+    if (command.same("cmd.display.view.moveblock")) {
+        moveBlock = props && props->getAs<int>("state", "0") != 0;
+        return false;
+    }
+    return false;
+}
+
+QTD::ATTR QTDWindow::getProperty(QTD::ATTR key, QTD::ATTR fallback) {
+    return properties.get(key, fallback);
+}
+
+void QTDWindow::setProperty(QTD::ATTR key, QTD::ATTR value, bool replace) {
+    properties.set(key, value, replace);
+}
+
+// Overlay objects: nothing is stored until the overlay list joins the window.
+QTD::ATTR QTDWindow::setOverlayText(char*, int, int, QTD::PROPERTIES&) {
+    return QTD::ATTR();
+}
+
+QTD::ATTR QTDWindow::setOverlayRect(int, int, int, int, QTD::PROPERTIES&) {
+    return QTD::ATTR();
+}
+
+QTD::ATTR QTDWindow::setOverlayProfileLine(int, int, int, int, QTD::PROPERTIES&) {
+    return QTD::ATTR();
+}
+
+void QTDWindow::deleteLine(int) {}
+
+void QTDWindow::activeLine(int) {}
+
+void QTDWindow::clearLines() {}
+
+void QTDWindow::setScroll(int x, int y) {
+    if (!horzBar || !vertBar)
+        return;
+    int which = 0;
+    // A bar's setValue may come back here through the viewer's slider slot with the same value;
+    // the screen then finds nothing to change.
+    if (x >= 0) {
+        horzBar->setValue(x);
+        which = 2;
+    }
+    if (y >= 0) {
+        vertBar->setValue(y);
+        which |= 1;
+    }
+    if (screen)
+        screen->scroll(x, y);
+    updateScrollParameters(which);
+    update();
+}
+
+void QTDWindow::updateScrollParameters(int which) {
+    QTDScreen* view = screen;
+    if (!view)
+        return;
+    bool hasImage = image.load() != nullptr;
+    QTD::TPAIR<int> page = view->scrollPage();
+    auto apply = [hasImage](QScrollBar* bar, int range, int position, int step) {
+        if (!bar)
+            return;
+        // A bar vanishes when the whole image fits on its axis; the window grows by it, which
+        // brings a resize and a new calculation.
+        if (range < 1 || !hasImage) {
+            bar->setMaximum(0);
+            bar->setEnabled(false);
+            bar->setVisible(false);
+            bar->update();
+            return;
+        }
+        bar->setPageStep(step);
+        bar->setMinimum(0);
+        bar->setMaximum(range);
+        bar->setEnabled(true);
+        bar->setVisible(true);
+        bar->setValue(std::clamp(position, 0, range));
+        bar->update();
+    };
+    if (which & 2)
+        apply(horzBar, view->scrollRangeX, view->scrollX, page.x);
+    if (which & 1)
+        apply(vertBar, view->scrollRangeY, view->scrollY, page.y);
+}
+
+void QTDWindow::messenger(QTD::Messenger* m) {
+    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+    messengerRef = m;
+}
+
+void QTDWindow::setScrollBars(QScrollBar* horz, QScrollBar* vert) {
+    horzBar = horz;
+    vertBar = vert;
+}
+
+void QTDWindow::insertInputProcessor(QTDInput* input, QTDInput* before) {
+    if (!input)
+        return;
+    std::lock_guard<std::mutex> holdInputs(inputMutex);
+    if (!before) {
+        inputs.insert(inputs.begin(), input);
+        return;
+    }
+    auto at = std::find(inputs.begin(), inputs.end(), before);
+    if (at != inputs.end())
+        inputs.insert(at, input);
+}
+
+void QTDWindow::removeInputProcessor(QTDInput* input) {
+    std::lock_guard<std::mutex> holdInputs(inputMutex);
+    auto at = std::find(inputs.begin(), inputs.end(), input);
+    if (at != inputs.end())
+        inputs.erase(at);
+}
