@@ -138,9 +138,16 @@ struct Image {
 
 // The mosaic of a picture in a Bayer image of the picture's depth.
 inline void mosaic(Picture const& p, int pattern, Image& out) {
-    for (int y = 0; y < p.height; ++y)
-        for (int x = 0; x < p.width; ++x)
-            out.setSample(x, y, p.at(x, y, cfaChannel(pattern, x, y)));
+    for (int y = 0; y < p.height; ++y) {
+        uint8_t* row = out.buffer.data() + size_t(y) * out.record.stride;
+        for (int x = 0; x < p.width; ++x) {
+            uint16_t const v = p.at(x, y, cfaChannel(pattern, x, y));
+            if (out.bytes() == 1)
+                row[x] = uint8_t(v);
+            else
+                std::memcpy(row + 2 * x, &v, 2);
+        }
+    }
 }
 
 inline uint32_t bayerType(int pattern, int depth) {
@@ -155,13 +162,21 @@ inline uint32_t rgbType(int depth, bool bgr = false) {
 inline double psnr(Picture const& p, Image const& out, int border = 4, bool bgr = false) {
     double sum = 0;
     long n = 0;
-    for (int y = border; y < p.height - border; ++y)
+    int const bytes = out.bytes();
+    for (int y = border; y < p.height - border; ++y) {
+        uint8_t const* row = out.buffer.data() + size_t(y) * out.record.stride;
+        uint16_t const* ref = &p.rgb[size_t(y) * p.width * 3];
         for (int x = border; x < p.width - border; ++x)
             for (int c = 0; c < 3; ++c) {
-                double const d = double(p.at(x, y, c)) - double(out.sample(x, y, bgr ? 2 - c : c));
+                size_t const at = size_t(x) * 3 + (bgr ? 2 - c : c);
+                uint16_t v = row[at];
+                if (bytes == 2)
+                    std::memcpy(&v, row + 2 * at, 2);
+                double const d = double(ref[size_t(x) * 3 + c]) - double(v);
                 sum += d * d;
                 ++n;
             }
+    }
     double const top = double((1 << p.depth) - 1);
     return sum == 0 ? 99.0 : 10.0 * std::log10(top * top * double(n) / sum);
 }
