@@ -26,6 +26,8 @@ public:
     int threads() const { return pool.size(); }
     // Forces the x86-64 baseline kernels, or the best ones again.
     void useBaseline(bool baseline);
+    // Forces one set of kernels of BayerIsa::available().
+    void useIsa(BayerIsa const& kernels) { isa = &kernels; }
     char const* isaName() const { return isa->name; }
 
 private:

@@ -2,13 +2,34 @@
 
 namespace BrxDemosaic {
 
+namespace {
+bool hasAvx2() {
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+}
+bool hasAvx512() {
+    return hasAvx2() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
+}
+} // namespace
+
 BayerIsa const& BayerIsa::best() {
-    static bool const avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    return avx2 ? bayerIsaAvx2() : bayerIsaBaseline();
+    static BayerIsa const& isa = hasAvx512() ? bayerIsaAvx512()
+                                 : hasAvx2() ? bayerIsaAvx2()
+                                             : bayerIsaBaseline();
+    return isa;
 }
 
 BayerIsa const& BayerIsa::baseline() {
     return bayerIsaBaseline();
+}
+
+std::vector<BayerIsa const*> BayerIsa::available() {
+    std::vector<BayerIsa const*> all = {&bayerIsaBaseline()};
+    if (hasAvx2())
+        all.push_back(&bayerIsaAvx2());
+    if (hasAvx512())
+        all.push_back(&bayerIsaAvx512());
+    return all;
 }
 
 } // namespace BrxDemosaic

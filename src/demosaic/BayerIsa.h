@@ -3,10 +3,12 @@
 #include "demosaic/BayerFrame.h"
 #include "demosaic/BayerScratch.h"
 
+#include <vector>
+
 namespace BrxDemosaic {
 
-// The pixel kernels compiled for one instruction set. The same source is built once for the
-// x86-64 baseline (SSE2) and once for AVX2 with FMA; `best()` picks at run time.
+// The pixel kernels compiled for one instruction set. The same source is built for the x86-64
+// baseline (SSE2), for AVX2 with FMA, and for AVX-512; `best()` picks at run time.
 struct BayerIsa {
     const char* name;
     // Rows [y0, y1) of the frame, all columns.
@@ -22,10 +24,13 @@ struct BayerIsa {
     static BayerIsa const& best();
     // The table for every x86-64 processor.
     static BayerIsa const& baseline();
+    // Every table this processor runs, the baseline first.
+    static std::vector<BayerIsa const*> available();
 };
 
-// The two instances, one per translation unit.
+// The instances, one per translation unit.
 BayerIsa const& bayerIsaBaseline();
 BayerIsa const& bayerIsaAvx2();
+BayerIsa const& bayerIsaAvx512();
 
 } // namespace BrxDemosaic

@@ -1,0 +1,21 @@
+// Built for AVX-512 (F, BW, VL, DQ) with 512-bit vectors preferred, which the float loops of
+// RCD take; reached only through BayerIsa on processors that have all four.
+#include "demosaic/BayerIsa.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <immintrin.h>
+
+namespace BrxDemosaic {
+namespace isa_avx512 {
+#include "demosaic/BayerKernels.inc"
+} // namespace isa_avx512
+
+BayerIsa const& bayerIsaAvx512() {
+    static BayerIsa const isa = {"avx512", &isa_avx512::bilinear, &isa_avx512::gradient,
+                                 &isa_avx512::rcd, &isa_avx512::rcdBytes};
+    return isa;
+}
+
+} // namespace BrxDemosaic
