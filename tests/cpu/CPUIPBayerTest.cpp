@@ -1,0 +1,323 @@
+// The CPU demosaicing stage: output formats, refusals, the caller's output buffer, commands, and
+// colours that land in the right channels for every pattern and algorithm.
+
+#include "cpu/CPUIPBayer.h"
+#include "chain/TestImages.h"
+
+#include <brx/BrxBayer.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+using namespace QTD::Procs;
+using TestImages::row16;
+using TestImages::row8;
+
+namespace {
+
+struct Stage {
+    Stage() : s(new CPUIPBayer(nullptr)) {}
+    ~Stage() {
+        s->Release();
+        BrxDisplayCPU::Bayer::DeleteComponent(s);
+    }
+    CPUIPBayer* operator->() { return s; }
+    CPUIPBayer* s;
+};
+
+// Colour (0 red, 1 green, 2 blue) of site (x, y) of the patterns GR, RG, BG, GB: the order of
+// each depth's group in BAYER_INDEX.
+int siteColour(int pattern, uint32_t x, uint32_t y) {
+    static const int sites[4][4] = {{1, 0, 2, 1}, {0, 1, 1, 2}, {2, 1, 1, 0}, {1, 2, 0, 1}};
+    return sites[pattern][(y & 1) * 2 + (x & 1)];
+}
+
+// A mosaic of `type` sampled from `colour(x, y)`, in the type's own depth.
+template <typename F> TestImages::Image mosaic(int width, int height, uint32_t type, F colour) {
+    auto image = TestImages::make(width, height, type);
+    const int pattern = indexOf(BAYER_INDEX, type) & 3;
+    for (uint32_t y = 0; y < image->height; ++y) {
+        for (uint32_t x = 0; x < image->width; ++x) {
+            const int v = colour(x, y)[siteColour(pattern, x, y)];
+            if (image->bitsPerChannel == 8) {
+                row8(image.get(), y)[x] = uint8_t(v);
+            } else {
+                row16(image.get(), y)[x] = uint16_t(v);
+            }
+        }
+    }
+    return image;
+}
+
+// Channel c of the output pixel (x, y), as red, green, blue whatever the order.
+int channel(BrxImage* out, uint32_t x, uint32_t y, int c) {
+    const bool bgr = isIn(BGR_INDEX, out->pixelType);
+    const int at = bgr ? 2 - c : c;
+    return out->bitsPerChannel == 8 ? row8(out, y)[x * 3 + at] : row16(out, y)[x * 3 + at];
+}
+
+int mismatches(BrxImage* out, std::array<int, 3> want, int tolerance) {
+    int bad = 0;
+    for (uint32_t y = 0; y < out->height; ++y) {
+        for (uint32_t x = 0; x < out->width; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                bad += std::abs(channel(out, x, y, c) - want[c]) > tolerance;
+            }
+        }
+    }
+    return bad;
+}
+
+} // namespace
+
+TEST(CPUIPBayer, TablesKeepTheDepthAndRefusePackedMosaics) {
+    const uint32_t rgb[5] = {PixelType::RGB8, PixelType::RGB10, PixelType::RGB12, 0x02300479,
+                             PixelType::RGB16};
+    const uint32_t bgr[5] = {PixelType::BGR8, PixelType::BGR10, PixelType::BGR12, 0x0230047A,
+                             PixelType::BGR16};
+    for (int i = 0; i < 36; ++i) {
+        const uint32_t type = BAYER_INDEX[i];
+        EXPECT_EQ(CPUIPBayer::targetType(type, false), i < 20 ? rgb[i / 4] : 0u) << i;
+        EXPECT_EQ(CPUIPBayer::targetType(type, true), i < 20 ? bgr[i / 4] : 0u) << i;
+    }
+    EXPECT_EQ(CPUIPBayer::targetType(PixelType::Mono8, false), 0u);
+    EXPECT_EQ(CPUIPBayer::targetType(0, true), 0u);
+}
+
+TEST(CPUIPBayer, InitChoosesRgbOrBgrOfTheInputsDepth) {
+    Stage s;
+    EXPECT_EQ(s->name, "bayer.cpu");
+    auto gr10 = TestImages::make(8, 6, 0x03100211); // BayerGR10
+    ASSERT_EQ(s->Init(gr10.get(), nullptr), 0u);
+    EXPECT_TRUE(s->isReady());
+    EXPECT_EQ(s->Format(false)->pixelType, PixelType::RGB10);
+    EXPECT_EQ(s->Format(true)->pixelType, 0x03100211u);
+    EXPECT_EQ(s->Output(), s->ownOutput);
+    EXPECT_EQ(s->ownOutput->width, 8u);
+    EXPECT_EQ(s->ownOutput->height, 6u);
+
+    // Only a BGR output argument changes the order; its depth does not count.
+    auto bgr8 = TestImages::make(8, 6, PixelType::BGR8);
+    ASSERT_EQ(s->Init(gr10.get(), bgr8.get()), 0u);
+    EXPECT_EQ(s->Format(false)->pixelType, PixelType::BGR10);
+    auto rgb8 = TestImages::make(8, 6, PixelType::RGB8);
+    ASSERT_EQ(s->Init(gr10.get(), rgb8.get()), 0u);
+    EXPECT_EQ(s->Format(false)->pixelType, PixelType::RGB10);
+    auto untyped = TestImages::make(8, 6, PixelType::BGR8);
+    untyped->pixelType = 0;
+    ASSERT_EQ(s->Init(gr10.get(), untyped.get()), 0u);
+    EXPECT_EQ(s->Format(false)->pixelType, PixelType::RGB10);
+
+    auto rg8 = TestImages::make(8, 6, PixelType::BayerRG8);
+    ASSERT_EQ(s->Init(rg8.get(), nullptr), 0u);
+    EXPECT_EQ(s->Format(false)->pixelType, PixelType::RGB8);
+}
+
+TEST(CPUIPBayer, RefusedInputsLeaveNothingBehind) {
+    Stage s;
+    EXPECT_EQ(s->Init(nullptr, nullptr), statusWord(CodeBadArgument));
+    EXPECT_EQ(s->lastError, CodeBadArgument);
+    auto empty = TestImages::make(8, 6, PixelType::BayerRG8);
+    empty->height = 0;
+    EXPECT_EQ(s->Init(empty.get(), nullptr), statusWord(CodeBadArgument));
+    for (uint32_t type :
+         {PixelType::TrueSense_BGGR_WBBW_0_8, PixelType::TrueSense_BGGR_WBBW_0_12, PixelType::Mono8,
+          PixelType::RGB8, PixelType::BayerGB10Packed, PixelType::BayerRG12p,
+          0x030C2321u /* BayerGR12p */, 0x030A221Fu /* BayerBG10p */}) {
+        auto input = TestImages::make(8, 6, type);
+        EXPECT_EQ(s->Init(input.get(), nullptr), statusWord(CodeNotSupported)) << std::hex << type;
+        EXPECT_EQ(s->lastError, CodeNotSupported);
+        EXPECT_FALSE(s->isReady());
+        EXPECT_EQ(s->ownOutput, nullptr);
+        EXPECT_EQ(s->demosaic, nullptr);
+        EXPECT_EQ(s->Output(), nullptr);
+        EXPECT_EQ(s->Format(false), nullptr);
+    }
+    // A 1 x 1 mosaic has no cell to demosaic: the component's set-up refuses it.
+    auto tiny = TestImages::make(1, 1, PixelType::BayerRG8);
+    EXPECT_EQ(s->Init(tiny.get(), nullptr), statusWord(CodeNoResources));
+    EXPECT_EQ(s->demosaic, nullptr);
+    EXPECT_EQ(s->ProcessImage(tiny.get(), nullptr, nullptr), statusWord(CodeNotReady));
+}
+
+TEST(CPUIPBayer, ProcessingNeedsASetUpAndTheRightImages) {
+    Stage s;
+    auto input = mosaic(8, 6, PixelType::BayerRG8, [](uint32_t, uint32_t) {
+        return std::array<int, 3>{200, 100, 30};
+    });
+    EXPECT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeNotReady));
+    EXPECT_EQ(s->lastError, CodeNotReady);
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    EXPECT_EQ(s->ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeFailed));
+    EXPECT_EQ(s->Output(), nullptr);
+    auto noData = TestImages::make(8, 6, PixelType::BayerRG8);
+    std::free(noData->allocatedData);
+    noData->imageData = noData->allocatedData = nullptr;
+    EXPECT_EQ(s->ProcessImage(noData.get(), nullptr, nullptr), statusWord(CodeFailed));
+    // The component refuses what does not fit its set-up.
+    auto wider = TestImages::make(16, 6, PixelType::BayerRG8);
+    EXPECT_EQ(s->ProcessImage(wider.get(), nullptr, nullptr), statusWord(CodeNoResources));
+    auto deeper = TestImages::make(8, 6, PixelType::BayerRG12);
+    EXPECT_EQ(s->ProcessImage(deeper.get(), nullptr, nullptr), statusWord(CodeNoResources));
+    EXPECT_EQ(s->Output(), nullptr);
+
+    input->imageID = 9;
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(s->Output(), s->ownOutput);
+    EXPECT_EQ(s->Output()->imageID, 9u);
+    EXPECT_EQ(mismatches(s->Output(), {200, 100, 30}, 0), 0);
+}
+
+TEST(CPUIPBayer, TheCallersOutputTakesThePixels) {
+    Stage s;
+    auto input = mosaic(10, 4, PixelType::BayerGB8, [](uint32_t, uint32_t) {
+        return std::array<int, 3>{10, 20, 250};
+    });
+    input->imageID = 5;
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+
+    // Another size: refused before the component sees it, so the buffer is untouched.
+    auto small = TestImages::make(8, 4, PixelType::RGB8);
+    std::memset(small->imageData, 0xAB, small->imageSize);
+    EXPECT_EQ(s->ProcessImage(input.get(), small.get(), nullptr), statusWord(CodeBadArgument));
+    EXPECT_EQ(s->lastError, CodeBadArgument);
+    EXPECT_EQ(s->Output(), nullptr);
+    EXPECT_EQ(static_cast<uint8_t*>(small->imageData)[small->imageSize - 1], 0xAB);
+
+    auto mine = TestImages::make(10, 4, PixelType::RGB8);
+    ASSERT_EQ(mine->imageSize, s->ownOutput->imageSize);
+    std::memset(s->ownOutput->imageData, 0, s->ownOutput->imageSize);
+    ASSERT_EQ(s->ProcessImage(input.get(), mine.get(), nullptr), 0u);
+    EXPECT_EQ(s->Output(), mine.get());
+    EXPECT_EQ(mine->imageID, 5u);
+    EXPECT_EQ(mismatches(mine.get(), {10, 20, 250}, 0), 0);
+    EXPECT_EQ(mismatches(s->ownOutput, {0, 0, 0}, 0), 0);
+}
+
+TEST(CPUIPBayer, FlatColoursLandInTheirChannelsForEveryPatternAndAlgorithm) {
+    const std::array<int, 3> colour8 = {220, 90, 15};
+    for (int depthGroup : {0, 2, 4}) { // 8, 12 and 16 bits
+        const int shift = depthGroup == 0 ? 0 : depthGroup == 2 ? 4 : 8;
+        std::array<int, 3> colour;
+        for (int c = 0; c < 3; ++c) {
+            colour[c] = colour8[c] << shift;
+        }
+        for (int pattern = 0; pattern < 4; ++pattern) {
+            const uint32_t type = BAYER_INDEX[depthGroup * 4 + pattern];
+            for (int algorithm = 0; algorithm < 3; ++algorithm) {
+                for (bool bgr : {false, true}) {
+                    Stage s;
+                    s->SetParamInt("BayerAlgType", algorithm);
+                    auto input = mosaic(13, 7, type, [&](uint32_t, uint32_t) { return colour; });
+                    auto order = TestImages::make(13, 7, bgr ? PixelType::BGR8 : PixelType::RGB8);
+                    ASSERT_EQ(s->Init(input.get(), order.get()), 0u);
+                    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+                    EXPECT_EQ(isIn(BGR_INDEX, s->Output()->pixelType), bgr);
+                    EXPECT_EQ(mismatches(s->Output(), colour, 0), 0)
+                        << std::hex << type << " algorithm " << algorithm << " bgr " << bgr;
+                }
+            }
+        }
+    }
+}
+
+TEST(CPUIPBayer, AlgorithmReachesTheComponentAtInit) {
+    Stage s;
+    char value[32];
+    unsigned int size = sizeof(value);
+    ASSERT_EQ(s->GetParamAsString("BayerAlgType", value, &size, nullptr), 0u);
+    EXPECT_STREQ(value, "0");
+    auto input = TestImages::make(8, 6, PixelType::BayerBG8);
+    s->SetParamInt("BayerAlgType", 2);
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    long alg = -1;
+    ASSERT_EQ(s->demosaic->GetComponent()->GetParamInt("BayerAlgType", &alg), 0u);
+    EXPECT_EQ(alg, 2);
+    // Changed after Init, it waits for the next one; the commands don't apply it.
+    s->SetParamInt("BayerAlgType", 1);
+    EXPECT_EQ(s->RunCommand("params.apply"), 0u);
+    ASSERT_EQ(s->demosaic->GetComponent()->GetParamInt("BayerAlgType", &alg), 0u);
+    EXPECT_EQ(alg, 2);
+    // Text that is no number counts as the default rather than failing the set-up.
+    s->SetParamString("BayerAlgType", const_cast<char*>("fast"));
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    ASSERT_EQ(s->demosaic->GetComponent()->GetParamInt("BayerAlgType", &alg), 0u);
+    EXPECT_EQ(alg, 0);
+}
+
+TEST(CPUIPBayer, CommandsOnlyConfirmTheSetUp) {
+    Stage s;
+    EXPECT_EQ(s->RunCommand("params.apply"), statusWord(CodeFailed));
+    EXPECT_EQ(s->lastError, CodeFailed);
+    EXPECT_EQ(s->RunCommand("params.reset"), statusWord(CodeFailed));
+    auto input = TestImages::make(8, 6, PixelType::BayerGR12);
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    EXPECT_EQ(s->RunCommand("params.apply"), 0u);
+    EXPECT_EQ(s->RunCommand("params.reset"), 0u);
+    EXPECT_EQ(s->lastError, CodeOk);
+    EXPECT_EQ(s->RunCommand("params.flip"), statusWord(CodeUnknownCommand));
+    EXPECT_EQ(s->RunCommand(nullptr), statusWord(CodeUnknownCommand));
+    EXPECT_EQ(s->lastError, CodeUnknownCommand);
+    // The word's low 16 bits carry the code through any layer that ORs the same high bits.
+    EXPECT_EQ(statusCode(s->RunCommand("x") | 0x80FF0000u), CodeUnknownCommand);
+}
+
+TEST(CPUIPBayer, FlipAndOrientationTurnTheOutput) {
+    // Top half red, bottom half blue, 16 rows.
+    auto split = [](uint32_t, uint32_t y) {
+        return y < 8 ? std::array<int, 3>{255, 0, 0} : std::array<int, 3>{0, 0, 255};
+    };
+    auto input = mosaic(8, 16, PixelType::BayerRG8, split);
+    for (int flip : {0, 1}) {
+        for (int bottomUp : {0, 1}) {
+            Stage s;
+            s->SetParamInt("image.flip.vert", flip);
+            input->orientation = uint32_t(bottomUp);
+            ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+            const uint32_t outOrientation = uint32_t((bottomUp == 1) != (flip != 0));
+            EXPECT_EQ(s->ownOutput->orientation, outOrientation);
+            EXPECT_EQ(s->Format(false)->orientation, outOrientation);
+            ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+            // Rows in memory come out reversed exactly when the orientations differ.
+            const bool reversed = outOrientation != uint32_t(bottomUp);
+            BrxImage* out = s->Output();
+            EXPECT_EQ(channel(out, 3, 1, 0), reversed ? 0 : 255) << flip << bottomUp;
+            EXPECT_EQ(channel(out, 3, 1, 2), reversed ? 255 : 0) << flip << bottomUp;
+            EXPECT_EQ(channel(out, 3, 14, 0), reversed ? 255 : 0) << flip << bottomUp;
+        }
+    }
+}
+
+TEST(CPUIPBayer, DisabledStillDemosaicsAndReleaseResets) {
+    Stage s;
+    auto input = mosaic(6, 4, PixelType::BayerGR8, [](uint32_t, uint32_t) {
+        return std::array<int, 3>{1, 2, 3};
+    });
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    EXPECT_FALSE(s->Enable(false));
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(s->Output(), s->ownOutput);
+    EXPECT_EQ(s->Output()->pixelType, PixelType::RGB8);
+    EXPECT_EQ(mismatches(s->Output(), {1, 2, 3}, 0), 0);
+
+    s->Release();
+    EXPECT_TRUE(s->IsEnabled());
+    EXPECT_FALSE(s->isReady());
+    EXPECT_EQ(s->ownOutput, nullptr);
+    EXPECT_EQ(s->demosaic, nullptr);
+    EXPECT_EQ(s->Output(), nullptr);
+    EXPECT_EQ(s->Format(true), nullptr);
+    s->Release(); // twice is harmless
+    EXPECT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeNotReady));
+}
+
+TEST(CPUIPBayer, FactoryPair) {
+    BrxDisplayCPU::Bayer* stage = BrxDisplayCPU::Bayer::CreateComponent(nullptr);
+    ASSERT_NE(stage, nullptr);
+    EXPECT_NE(stage->GetComponent(), nullptr);
+    BrxDisplayCPU::Bayer::DeleteComponent(stage); // never set up: nothing to release
+    BrxDisplayCPU::Bayer::DeleteComponent(nullptr);
+}
