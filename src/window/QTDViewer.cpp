@@ -201,7 +201,10 @@ void QTDViewer::messenger(QTD::Messenger* m) {
 }
 
 void QTDViewer::resizeEvent(QResizeEvent* event) {
-    if (window)
+    // The container follows the viewer's size. The layout has placed it already, with the
+    // horizontal bar below it when that is shown: stretching the container over the whole
+    // event size would cover the bar.
+    if (window && !layout())
         container->resize(event->size());
 }
 

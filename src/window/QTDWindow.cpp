@@ -159,6 +159,9 @@ void QTDWindow::resize(int width, int height) {
         return;
     screen->window(width, height);
     // The overlay objects take the new surface size here once they exist.
+    // A new size that leaves centre and scale alone is no view change to the screen, yet the
+    // bars' range and page follow the window's size.
+    updateScrollParameters(3);
 }
 
 bool QTDWindow::event(QEvent* e) {
