@@ -255,9 +255,21 @@ int dataShift16b(BrxImage* source, BrxImage* target, int shift) {
             return 0;
         if (shift == 0)
             shift = int(target->bitsPerChannel) - int(source->bitsPerChannel);
-        std::memcpy(target->imageData, source->imageData, source->imageSize);
+        // Copy, then shift the copy, a cache-sized piece at a time so that each piece is
+        // shifted while it is still at hand.
+        constexpr size_t piece = 32768;
+        const uint8_t* from = static_cast<const uint8_t*>(source->imageData);
+        uint8_t* to = static_cast<uint8_t*>(target->imageData);
+        for (size_t at = 0; at < source->imageSize; at += piece) {
+            const size_t n = std::min<size_t>(piece, source->imageSize - at);
+            std::memcpy(to + at, from + at, n);
+            if (shift != 0)
+                ShiftBuffer_DuffsDevice(reinterpret_cast<uint16_t*>(to + at), unsigned(n / 2),
+                                        shift);
+        }
+        return 1;
     }
-    BrxImage* work = target ? target : source;
+    BrxImage* work = source;
     if (shift == 0)
         return 1;
     ShiftBuffer_DuffsDevice(static_cast<uint16_t*>(work->imageData), work->imageSize / 2, shift);

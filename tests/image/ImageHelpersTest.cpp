@@ -209,6 +209,16 @@ TEST(ImageData, Shift16b) {
 
     Image wrong(4, 3, kMono16);
     EXPECT_EQ(0, dataShift16b(source.p, wrong.p, 0));
+
+    // A frame of several pieces.
+    Image big(301, 101, kMono12), bigOut(301, 101, kMono16);
+    uint16_t* words = static_cast<uint16_t*>(big->imageData);
+    for (uint32_t i = 0; i < big->imageSize / 2; ++i)
+        words[i] = uint16_t(i * 7919 & 0x0FFF);
+    ASSERT_EQ(1, dataShift16b(big.p, bigOut.p, 0));
+    const uint16_t* shifted = static_cast<const uint16_t*>(bigOut->imageData);
+    for (uint32_t i = 0; i < big->imageSize / 2; ++i)
+        ASSERT_EQ(uint16_t(words[i] << 4), shifted[i]) << i;
 }
 
 TEST(ImageData, Shift16b8bNarrowsEachWord) {
