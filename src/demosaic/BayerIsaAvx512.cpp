@@ -1,6 +1,9 @@
-// Built for AVX-512 (F, BW, VL, DQ) with 512-bit vectors preferred, which the float loops of
-// RCD take; reached only through BayerIsa on processors that have all four.
+// Built for AVX-512 (F, BW, VL, DQ), with 64-byte vectors for the integer kernels and 512-bit
+// vectors preferred in RCD's float loops; reached only through BayerIsa on processors that have
+// all four.
 #include "demosaic/BayerIsa.h"
+
+#define BRX_VECTOR_BYTES 64
 
 #include <cstddef>
 #include <cstdint>
