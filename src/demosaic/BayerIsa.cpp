@@ -4,6 +4,8 @@ namespace BrxDemosaic {
 
 namespace {
 bool hasAvx2() {
+    // Needed when the first frame comes from a static constructor, before the runtime's own.
+    __builtin_cpu_init();
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
 }
 bool hasAvx512() {
