@@ -44,6 +44,81 @@ Layout cpuLayout(std::vector<std::string> front) {
     return layout;
 }
 
+// A mosaic is demosaiced right after "image.unpacked".
+Layout bayerLayout(std::vector<std::string> front) {
+    Layout layout = cpuLayout(std::move(front));
+    const auto unpacked = std::find(layout.begin(), layout.end(),
+                                    std::pair<std::string, bool>("image.unpacked", false));
+    layout.insert(unpacked + 1, {"bayer", true});
+    return layout;
+}
+
+// The colour type of the same depth as a mosaic of BAYER_INDEX position `at` below 20.
+uint32_t rgbOfDepth(int at) {
+    const uint32_t rgb[5] = {PixelType::RGB8, PixelType::RGB10, PixelType::RGB12, 0x02300479,
+                             PixelType::RGB16};
+    return rgb[at / 4];
+}
+
+// Colour (0 red, 1 green, 2 blue) of site (x, y) for the patterns GR, RG, BG, GB, the order of
+// each depth's group in BAYER_INDEX and of the packed groups alike.
+int siteColour(int pattern, uint32_t x, uint32_t y) {
+    static const int sites[4][4] = {{1, 0, 2, 1}, {0, 1, 1, 2}, {2, 1, 1, 0}, {1, 2, 0, 1}};
+    return sites[pattern][(y & 1) * 2 + (x & 1)];
+}
+
+// The samples of a mosaic of `pattern`, row after row, from `colour(x, y)`.
+template <typename F>
+std::vector<uint16_t> mosaicSamples(uint32_t width, uint32_t height, int pattern, F colour) {
+    std::vector<uint16_t> samples(size_t(width) * height);
+    for (uint32_t y = 0; y < height; ++y) {
+        for (uint32_t x = 0; x < width; ++x) {
+            samples[size_t(y) * width + x] = uint16_t(colour(x, y)[siteColour(pattern, x, y)]);
+        }
+    }
+    return samples;
+}
+
+// An image of `type` holding `samples`: plain 8 or 16-bit words, or packed. The "p" types are
+// a stream of 10 or 12-bit fields, least significant bits first; the GigE "Packed" types put
+// two pixels in three bytes, the high bits of each in its own byte and the low bits shared.
+Image imageOf(uint32_t type, uint32_t width, uint32_t height,
+              const std::vector<uint16_t>& samples) {
+    Image image = TestImages::make(int(width), int(height), type);
+    const bool gev = (type & 0xFF00) == 0x1200 || (type & 0xFF00) == 0x1300;
+    const bool stream = (type & 0xFF00) == 0x2200 || (type & 0xFF00) == 0x2300;
+    const int bits = (type & 0xFF00) == 0x1200 || (type & 0xFF00) == 0x2200 ? 10 : 12;
+    for (uint32_t y = 0; y < height; ++y) {
+        const uint16_t* in = &samples[size_t(y) * width];
+        uint8_t* out = row8(image.get(), y);
+        if (stream) {
+            uint64_t bit = 0;
+            for (uint32_t x = 0; x < width; ++x) {
+                for (int b = 0; b < bits; ++b, ++bit) {
+                    if ((in[x] >> b) & 1) {
+                        out[bit / 8] |= uint8_t(1u << (bit % 8));
+                    }
+                }
+            }
+        } else if (gev) {
+            const int low = bits - 8;
+            for (uint32_t x = 0; x + 1 < width; x += 2, out += 3) {
+                const uint16_t a = in[x], b = in[x + 1];
+                out[0] = uint8_t(a >> low);
+                out[1] = uint8_t((a & ((1 << low) - 1)) | ((b & ((1 << low) - 1)) << 4));
+                out[2] = uint8_t(b >> low);
+            }
+        } else if (image->bitsPerChannel == 8) {
+            for (uint32_t x = 0; x < width; ++x) {
+                out[x] = uint8_t(in[x]);
+            }
+        } else {
+            std::memcpy(out, in, width * 2);
+        }
+    }
+    return image;
+}
+
 // The chain with the viewer's display stages behind it, as the viewer builds them.
 struct Display {
     explicit Display(BrxImage* input, int downscale = 0) : chain(nullptr, false) {
@@ -75,13 +150,14 @@ struct Display {
     BrxImgProcessor* coloration = nullptr;
 };
 
-// Expected RGB8 display pixel at (x, y), from an independent reading of the input.
-template <typename F> void expectDisplay(BrxImage* out, F expected) {
+// Expected RGB8 display pixel at (x, y), from an independent reading of the input. A `margin`
+// leaves the pixels that near the edges out.
+template <typename F> void expectDisplay(BrxImage* out, F expected, uint32_t margin = 0) {
     ASSERT_NE(out, nullptr);
     ASSERT_EQ(out->pixelType, PixelType::RGB8);
     int mismatches = 0;
-    for (uint32_t y = 0; y < out->height; ++y) {
-        for (uint32_t x = 0; x < out->width; ++x) {
+    for (uint32_t y = margin; y + margin < out->height; ++y) {
+        for (uint32_t x = margin; x + margin < out->width; ++x) {
             const auto want = expected(x, y);
             const uint8_t* got = row8(out, y) + x * 3;
             for (int c = 0; c < 3; ++c) {
@@ -344,4 +420,109 @@ TEST(ChainPass, AStageFailureIsCodeOneAndTheStageKeepsItsOwn) {
     auto* correction =
         dynamic_cast<QTD::ImageProcessorData*>(chain.GetProcessor("image.colorcorrection"));
     EXPECT_EQ(correction->lastError, CodeBadArgument);
+}
+
+TEST(ChainComposition, MosaicsAreDemosaicedAfterTheUnpackedStage) {
+    for (int at = 0; at < 20; ++at) {
+        auto input = TestImages::make(16, 8, BAYER_INDEX[at]);
+        QTDProcessor chain(nullptr, false);
+        ASSERT_EQ(chain.Init(input.get(), nullptr), 0u) << std::hex << BAYER_INDEX[at];
+        EXPECT_EQ(layoutOf(chain), bayerLayout({})) << std::hex << BAYER_INDEX[at];
+        EXPECT_EQ(chain.GetProcessor("bayer")->Format(true)->pixelType, BAYER_INDEX[at]);
+        EXPECT_EQ(chain.Format(false)->pixelType, rgbOfDepth(at));
+        EXPECT_EQ(chain.outputFormat->pixelType, rgbOfDepth(at));
+        EXPECT_EQ(chain.inputFormat->pixelType, BAYER_INDEX[at]);
+        EXPECT_TRUE(chain.isReady());
+    }
+}
+
+TEST(ChainComposition, PackedMosaicsAreUnpackedThenDemosaiced) {
+    for (int i = 4; i < 20; ++i) {
+        const uint32_t packed = PACKED_INDEX[i];
+        auto input = TestImages::make(16, 8, packed);
+        QTDProcessor chain(nullptr, false);
+        ASSERT_EQ(chain.Init(input.get(), nullptr), 0u) << std::hex << packed;
+        EXPECT_EQ(layoutOf(chain), bayerLayout({"unpack"})) << std::hex << packed;
+        const uint32_t plain = UNPACK_INDEX[i];
+        EXPECT_EQ(chain.GetProcessor("unpack")->Format(false)->pixelType, plain);
+        EXPECT_EQ(chain.GetProcessor("bayer")->Format(true)->pixelType, plain);
+        EXPECT_EQ(chain.Format(false)->pixelType, rgbOfDepth(indexOf(BAYER_INDEX, plain)));
+        EXPECT_EQ(chain.Format(true)->pixelType, packed);
+    }
+}
+
+TEST(ChainPass, FlatMosaicsToTheDisplayForEveryPatternAndDepth) {
+    const std::array<int, 3> colour8 = {230, 120, 25};
+    for (int at = 0; at < 20; ++at) {
+        const uint32_t type = BAYER_INDEX[at];
+        // Depths 8, 10, 12, 14, 16 by groups of four.
+        const int depthShift = 2 * (at / 4);
+        std::array<int, 3> colour;
+        for (int c = 0; c < 3; ++c) {
+            colour[c] = colour8[c] << depthShift;
+        }
+        auto samples = mosaicSamples(18, 6, at % 4, [&](uint32_t, uint32_t) { return colour; });
+        auto input = imageOf(type, 18, 6, samples);
+        Display d(input.get());
+        ASSERT_EQ(d.initCode, 0u) << std::hex << type;
+        ASSERT_EQ(d.displayCode, 0u) << std::hex << type;
+        ASSERT_EQ(d.chain.ProcessImage(input.get(), nullptr, nullptr), 0u) << std::hex << type;
+        SCOPED_TRACE(testing::Message() << std::hex << type);
+        expectDisplay(d.chain.Output(), [&](uint32_t, uint32_t) { return colour8; });
+    }
+}
+
+// A linear gradient is rebuilt exactly, but for the two pixels along the edges, where the
+// mosaic is continued in mirror image.
+TEST(ChainPass, GradientMosaicsToTheDisplay) {
+    auto gradient8 = [](uint32_t x, uint32_t y) {
+        return std::array<int, 3>{int(40 + 2 * x + y), int(200 - x - y), int(30 + x + 2 * y)};
+    };
+    for (uint32_t type : {PixelType::BayerGR8, PixelType::BayerRG8, PixelType::BayerBG8,
+                          PixelType::BayerGB8, PixelType::BayerRG12}) {
+        const int depthShift = type == PixelType::BayerRG12 ? 4 : 0;
+        auto samples =
+            mosaicSamples(32, 12, indexOf(BAYER_INDEX, type) % 4, [&](uint32_t x, uint32_t y) {
+                auto c = gradient8(x, y);
+                for (int& v : c) {
+                    v <<= depthShift;
+                }
+                return c;
+            });
+        auto input = imageOf(type, 32, 12, samples);
+        Display d(input.get());
+        ASSERT_EQ(d.initCode, 0u);
+        ASSERT_EQ(d.chain.ProcessImage(input.get(), nullptr, nullptr), 0u);
+        SCOPED_TRACE(testing::Message() << std::hex << type);
+        expectDisplay(d.chain.Output(), gradient8, 2);
+    }
+}
+
+TEST(ChainPass, PackedMosaicsToTheDisplay) {
+    auto gradient8 = [](uint32_t x, uint32_t y) {
+        return std::array<int, 3>{int(40 + 2 * x + y), int(200 - x - y), int(30 + x + 2 * y)};
+    };
+    for (int i = 4; i < 20; ++i) {
+        const uint32_t packed = PACKED_INDEX[i];
+        const uint32_t plain = UNPACK_INDEX[i];
+        const int bits = (packed & 0xFF00) == 0x1200 || (packed & 0xFF00) == 0x2200 ? 10 : 12;
+        auto samples =
+            mosaicSamples(32, 10, indexOf(BAYER_INDEX, plain) % 4, [&](uint32_t x, uint32_t y) {
+                auto c = gradient8(x, y);
+                for (int& v : c) {
+                    v <<= bits - 8;
+                }
+                return c;
+            });
+        auto input = imageOf(packed, 32, 10, samples);
+        Display d(input.get());
+        ASSERT_EQ(d.initCode, 0u) << std::hex << packed;
+        ASSERT_EQ(d.displayCode, 0u);
+        ASSERT_EQ(d.chain.ProcessImage(input.get(), nullptr, nullptr), 0u);
+        SCOPED_TRACE(testing::Message() << std::hex << packed);
+        BrxImage* unpacked = d.chain.GetProcessor("unpack")->Output();
+        ASSERT_EQ(unpacked->pixelType, plain);
+        EXPECT_EQ(row16(unpacked, 3)[5], samples[3 * 32 + 5]);
+        expectDisplay(d.chain.Output(), gradient8, 2);
+    }
 }
