@@ -1,0 +1,1159 @@
+#include "front/QTDDisplay.h"
+
+#include "chain/QTDConverter.h"
+#include "chain/QTDProcessor.h"
+#include "chain/QTDProcs.h"
+#include "core/AutoLock.h"
+#include "core/ParamsHelper.h"
+#include "core/Thread.h"
+#include "image/QTDImageHelpers.h"
+#include "screen/QTDScreen.h"
+#include "screen/QTDSurface.h"
+#include "window/QTDViewer.h"
+#include "window/QTDWindow.h"
+
+#include <brx/BrxImgProcessor.h>
+
+#include <QAction>
+#include <QCursor>
+#include <QMenu>
+#include <QMetaType>
+#include <QThread>
+#include <QTimer>
+#include <QWidget>
+
+#include <sched.h>
+
+#include <cmath>
+#include <cstring>
+
+using QTD::ATTR;
+using namespace QTD::Procs;
+
+Q_DECLARE_METATYPE(BrxImage*)
+Q_DECLARE_METATYPE(QTD::PROPERTIES*)
+
+QTDDisplay::Map QTDDisplay::imageProcParams;
+
+namespace {
+
+// The image record travels behind the pixels, at the very end of the buffer.
+constexpr int RECORD_SIZE = int(sizeof(BrxImage));
+
+// Above this many pixels a GPU chain may be thinned, if the surface asks for it.
+constexpr long STRICT_PIXELS = 12000000L;
+
+const char* const COMMANDS_VIEW[] = {
+    "cmd.display.view.zoom.in",    "cmd.display.view.zoom.out",  "cmd.display.view.fit",
+    "cmd.display.view.scale",      "cmd.display.view.translate", "cmd.display.view.at",
+    "cmd.display.view.status",     "cmd.display.view.info",      "cmd.display.view.image",
+    "cmd.display.view.nofication", "cmd.display.view.moveblock",
+};
+
+const char* const COMMANDS_OVERLAY[] = {
+    "cmd.display.overlay.params",   "cmd.display.overlay.text.add",
+    "cmd.display.overlay.rect.add", "cmd.display.overlay.add",
+    "cmd.display.overlay.del",      "cmd.display.overlay.text.del",
+    "cmd.display.overlay.rect.del", "cmd.display.overlay.profline.add",
+};
+
+template <size_t N> bool listed(const char* const (&table)[N], const ATTR& command) {
+    for (const char* entry : table) {
+        if (command.same(entry, true)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// "%.1f" with trailing zeros after the point removed, one digit kept.
+ATTR rateText(double rate) {
+    ATTR text = ATTR::format("%.1f", rate < 1e-7 ? 0.0 : rate);
+    const size_t point = text.find('.');
+    if (point != std::string::npos) {
+        while (text.size() > point + 2 && text.back() == '0') {
+            text.pop_back();
+        }
+    }
+    return text;
+}
+
+void registerTypes() {
+    static const bool done = [] {
+        qRegisterMetaType<BrxImage*>("BrxImage*");
+        qRegisterMetaType<QTD::PROPERTIES*>("QTD::PROPERTIES*");
+        qRegisterMetaType<const char*>("const char*");
+        return true;
+    }();
+    (void)done;
+}
+
+} // namespace
+
+QTDDisplay::QTDDisplay(QWidget* parent, bool opengl) : QObject(nullptr) {
+    registerTypes();
+    properties.set("class", "QTDDisplay", true);
+    properties.set("system.opengl", ATTR(opengl ? 1 : 0), true);
+    properties.set("system.parentWidget", ATTR(static_cast<void*>(parent)), true);
+    properties.set("system.objectID", ATTR(static_cast<void*>(this)), true);
+    properties.set("system.silent", "1", true);
+    properties.set("system.timer", "1000", true);
+    properties.set("display.init.view.fit", "1", true);
+    properties.set("display.init.view.at.x", ATTR::format("%f", 0.0), true);
+    properties.set("display.init.view.at.y", ATTR::format("%f", 0.0), true);
+    properties.set("display.view.fit", "3", true);
+    properties.set("display.view.bgcolor", ATTR::format("%u", 0xC0C0C0u), true);
+    properties.set("display.overlay.text.font", "default", true);
+    properties.set("display.overlay.text.clr", ATTR::format("%u", 0u), true);
+    properties.set("display.overlay.status.font", "medium", true);
+    properties.set("display.overlay.status.clr", ATTR::format("%u", 0x3C78u), true);
+    properties.set("processing.image.downscale", "0", true);
+    properties.set("processor", "0", true);
+    properties.set("display.view.status", "0", true);
+    messenger.props()->set("from", ATTR(static_cast<void*>(this)), true);
+
+    // The connection types move the work onto this object's thread.
+    connect(this, &QTDDisplay::signalRebuildImage, this, &QTDDisplay::slotRebuildImage,
+            Qt::QueuedConnection);
+    connect(this, &QTDDisplay::signalObjectMessage, this, &QTDDisplay::slotObjectMessage,
+            Qt::QueuedConnection);
+    connect(this, &QTDDisplay::signalImageReceived, this, &QTDDisplay::slotCheckIncomingBuffer,
+            Qt::QueuedConnection);
+    connect(this, &QTDDisplay::signalImageProcessed, this, &QTDDisplay::slotImageProcessed,
+            Qt::DirectConnection);
+    connect(this, &QTDDisplay::signalCheckIncomingBuffer, this,
+            &QTDDisplay::slotCheckIncomingBuffer, Qt::QueuedConnection);
+    connect(this, &QTDDisplay::signalConvertImage, this, &QTDDisplay::slotConvertImage,
+            Qt::QueuedConnection);
+}
+
+QTDDisplay::~QTDDisplay() {
+    Release();
+    delete viewer;
+    viewer = nullptr;
+    messenger.shut();
+}
+
+QTDDisplay* QTDDisplay::CastQTDDisplay(BrxDisplayProcessor* processor) {
+    BrxComponent* component = processor != nullptr ? processor->GetComponent() : nullptr;
+    if (component == nullptr) {
+        return nullptr;
+    }
+    char name[1024] = {0};
+    unsigned int size = sizeof(name);
+    if (component->GetParamString("class", name, &size) != 0) {
+        return nullptr;
+    }
+    if (!ATTR(name).same("QTDDisplay", true)) {
+        return nullptr;
+    }
+    return dynamic_cast<QTDDisplay*>(processor);
+}
+
+QTDScreen* QTDDisplay::getScreen() {
+    QTDWindow* window = getWindow();
+    return window != nullptr ? window->screen : nullptr;
+}
+
+QTDWindow* QTDDisplay::getWindow() {
+    return viewer != nullptr ? viewer->window : nullptr;
+}
+
+BrxImgProcessingChain* QTDDisplay::GetProcessingChain() {
+    std::lock_guard<std::recursive_mutex> lock(componentLock());
+    return chain;
+}
+
+bool QTDDisplay::showing() {
+    return currentImage != nullptr && chain != nullptr && getWindow() != nullptr && lastError == 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Set-up
+
+uint32_t QTDDisplay::Init(BrxImage* format) {
+    if (format == nullptr || format->width == 0 || format->height == 0) {
+        lastError = CodeBadArgument;
+        return status(CodeBadArgument);
+    }
+    QTD::PROPERTIES bag;
+    bag.set("inputImageFormat", ATTR(static_cast<void*>(format)), true);
+    sendObjectMessage("@init.display", &bag);
+    const int code = lastError;
+    return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
+}
+
+void QTDDisplay::sendObjectMessage(const char* name, QTD::PROPERTIES* bag) {
+    messageDone = 0;
+    emit signalObjectMessage(name, bag);
+    // On the controller's own thread the pump runs the slot; elsewhere that thread does.
+    while (messageDone == 0) {
+        QTD::Thread::Wait(1, 1);
+    }
+}
+
+void QTDDisplay::slotObjectMessage(const char* msgName, QTD::PROPERTIES* bag) {
+    QTD::PROPERTIES message(bag);
+    lastError = 0;
+    if (ATTR(msgName).same("@init.display")) {
+        auto* format = static_cast<BrxImage*>(message.getAs<void*>("inputImageFormat", "", true));
+        lastError = initDisplay(format);
+    }
+    messageDone = 1;
+}
+
+void QTDDisplay::deleteTimer() {
+    if (timer == nullptr) {
+        return;
+    }
+    if (QThread::currentThread() == timer->thread()) {
+        delete timer;
+    } else {
+        timer->deleteLater();
+    }
+    timer = nullptr;
+}
+
+int QTDDisplay::initDisplay(BrxImage* format) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    std::lock_guard<std::recursive_mutex> convert(convertLock);
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    const int opengl = properties.getAs<int>("system.opengl", "0", true);
+    Release();
+    lastError = 0;
+
+    deleteTimer();
+    timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &QTDDisplay::slotTimer);
+    timer->start(properties.getAs<int>("system.timer", "1000", true));
+
+    // A viewer never changes backend in place: a new backend means a new viewer.
+    if (viewer != nullptr) {
+        const bool viewerGL = viewer->properties.getAs<int>("system.opengl", "0", true) != 0;
+        if (viewerGL != (opengl == 1)) {
+            delete viewer;
+            viewer = nullptr;
+        } else {
+            viewer->setImage(nullptr, false);
+        }
+    }
+    if (viewer == nullptr) {
+        auto* parent =
+            static_cast<QWidget*>(properties.getAs<void*>("system.parentWidget", "", true));
+        viewer = new QTDViewer(parent, opengl == 1);
+        viewer->messenger(&messenger);
+        viewer->display(this);
+    }
+
+    QTDScreen* screen = nullptr;
+    if (viewer == nullptr) {
+        lastError = CodeFailed;
+        Release();
+    } else {
+        properties.set("surface", ATTR(viewer->properties.getAs<void*>("surface", "", true)), true);
+        screen = getScreen();
+        if (screen == nullptr) {
+            lastError = CodeFailed;
+            Release();
+        }
+    }
+    if (screen != nullptr) {
+        screen->fit(properties.getAs<int>("display.init.view.fit", "1", true), true);
+        screen->at(properties.getAs<double>("display.init.view.at.x", "0", true),
+                   properties.getAs<double>("display.init.view.at.y", "0", true));
+        initProcessor(format);
+        if (chain == nullptr || currentImage == nullptr) {
+            // A failed set-up leaves an empty display unless it is asked to speak up.
+            if (properties.getAs<int>("system.silent", "1", true) != 0) {
+                lastError = 0;
+            } else {
+                lastError = CodeFailed;
+                Release();
+            }
+        }
+    }
+
+    {
+        QTD::AutoLock hold(&fpsLock);
+        fpsWindow = 4;
+        lastFps = 0.0;
+        fpsHistory.assign(3, 0.0);
+    }
+    receivedCounter.reset(false, 0);
+    receivedCounter.run(true);
+    processedCounter.reset(false, 0);
+    processedCounter.run(true);
+    return lastError;
+}
+
+bool QTDDisplay::initProcessor(BrxImage* format) {
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    QTDWindow* window = getWindow();
+    QTDSurface* surface = window != nullptr ? window->surface : nullptr;
+
+    // The record only: its data points into the buffer.
+    if (currentImage != nullptr) {
+        currentImage->imageData = nullptr;
+        QTDImageHelpers::imageDelete(currentImage);
+        currentImage = nullptr;
+    }
+    delete chain;
+    chain = nullptr;
+    properties.set("processor", "0", true);
+    incoming.shut();
+
+    if (viewer != nullptr) {
+        properties.set("surface", ATTR(viewer->properties.getAs<void*>("surface", "", true)), true);
+    }
+    const bool opengl = properties.getAs<int>("system.opengl", "0", true) != 0;
+    chain = new QTDProcessor(this, opengl);
+    chain->properties.set("image.downscale",
+                          properties.get("processing.image.downscale", "0", true), true);
+
+    if (format == nullptr) {
+        return false;
+    }
+    const int height = format->orientation == 1 ? -int(format->height) : int(format->height);
+    currentImage =
+        QTDImageHelpers::imageCreateFormat(nullptr, int(format->width), height, format->pixelType);
+    if (currentImage == nullptr) {
+        return false;
+    }
+    if (currentImage->width == 0 || currentImage->height == 0) {
+        QTDImageHelpers::imageDelete(currentImage);
+        currentImage = nullptr;
+        return false;
+    }
+    if (surface != nullptr) {
+        const long pixels = long(currentImage->width) * long(currentImage->height);
+        const bool strict =
+            pixels > STRICT_PIXELS && surface->props.getAs<int>("gl.strict", "0", true) != 0;
+        properties.set("strict", strict ? "1" : "0", true);
+    }
+    const long bufferSize = long(currentImage->imageSize) + RECORD_SIZE;
+    if (bufferSize > 0x7FFFFFFFL || !incoming.init(int(bufferSize))) {
+        QTDImageHelpers::imageDelete(currentImage);
+        currentImage = nullptr;
+        return false;
+    }
+    if (chain->Init(format, nullptr) == 0 && viewer != nullptr &&
+        viewer->init(format, chain) == 0) {
+        properties.set("processor", ATTR(static_cast<void*>(chain)), true);
+        return true;
+    }
+    lastError = CodeNoResources;
+    QTDImageHelpers::imageDelete(currentImage);
+    currentImage = nullptr;
+    return false;
+}
+
+void QTDDisplay::Release() {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    std::lock_guard<std::recursive_mutex> convert(convertLock);
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    // The window must not keep drawing an image of the chain about to go.
+    if (viewer != nullptr && chain != nullptr) {
+        viewer->setImage(nullptr, false);
+    }
+    delete chain;
+    chain = nullptr;
+    delete converter;
+    converter = nullptr;
+    if (currentImage != nullptr) {
+        currentImage->imageData = nullptr;
+        QTDImageHelpers::imageDelete(currentImage);
+        currentImage = nullptr;
+    }
+    deleteTimer();
+    incoming.shut();
+    properties.set("processor", "0", true);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Images
+
+bool QTDDisplay::needInitialize(BrxImage* image) {
+    if (currentImage == nullptr || image == nullptr) {
+        return false;
+    }
+    if (image->width != 0 && image->height != 0 && image->width == currentImage->width &&
+        image->height == currentImage->height) {
+        return false;
+    }
+    return image->imageSize <= currentImage->imageSize;
+}
+
+uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
+    if (image == nullptr) {
+        std::lock_guard<std::recursive_mutex> component(componentLock());
+        if (showing()) {
+            viewer->setImage(nullptr, false);
+        }
+        lastError = 0;
+        return 0;
+    }
+    if (needInitialize(image)) {
+        lastError = CodeNotReady;
+        return status(CodeNotReady);
+    }
+    if (image->width == 0 || image->height == 0 || image->imageData == nullptr) {
+        lastError = CodeBadArgument;
+        return status(CodeBadArgument);
+    }
+    {
+        std::lock_guard<std::recursive_mutex> swap(incoming.writeGuard);
+        // Pixels and record both fit or neither is written: a record must never describe more
+        // pixels than its buffer holds.
+        const long bytes = long(image->imageSize);
+        if (incoming.size > RECORD_SIZE && bytes <= long(incoming.size) - RECORD_SIZE) {
+            incoming.put(static_cast<const char*>(image->imageData), int(bytes), 0);
+            incoming.put(reinterpret_cast<const char*>(image), RECORD_SIZE,
+                         incoming.size - RECORD_SIZE);
+        }
+    }
+    lastError = 0;
+    receivedCounter.count(true);
+    emit signalImageReceived();
+    sched_yield();
+    const int code = lastError;
+    return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
+}
+
+void QTDDisplay::slotCheckIncomingBuffer() {
+    std::unique_lock<std::recursive_mutex> component(componentLock());
+    std::unique_lock<std::recursive_mutex> swap(incoming.writeGuard);
+    incoming.swap();
+    const int front = incoming.active;
+    if (currentImage == nullptr || chain == nullptr || getWindow() == nullptr || lastError != 0) {
+        lastError = CodeNotReady;
+        incoming.count[front] = 0;
+        return;
+    }
+    char* buffer = incoming.buffers[front];
+    if (incoming.count[front] == 0 || incoming.size <= RECORD_SIZE || buffer == nullptr) {
+        incoming.count[front] = 0;
+        return;
+    }
+    BrxImage record;
+    std::memcpy(&record, buffer + incoming.size - RECORD_SIZE, RECORD_SIZE);
+    currentImage->imageData = buffer;
+    currentImage->imageSize = record.imageSize;
+    currentImage->stride = record.stride;
+    currentImage->imageID = record.imageID;
+
+    lastError = int32_t(chain->ProcessImage(currentImage, nullptr, nullptr) & 0xFFFFu);
+    if (notificationFlags & 1) {
+        imageProcParams["result"] = ATTR::format("%u", unsigned(int32_t(lastError)));
+        messenger.sendCommandParams("notification.image", &imageProcParams);
+    }
+    incoming.count[front] = 0;
+    swap.unlock();
+    if (lastError == 0) {
+        viewer->slotDisplayImage(chain->Output(), true);
+    }
+    BrxImage* output = lastError == 0 ? chain->Output() : nullptr;
+    component.unlock();
+    if (output != nullptr) {
+        emit signalImageProcessed(output, false);
+    }
+}
+
+void QTDDisplay::noteRate(double rate) {
+    QTD::AutoLock hold(&fpsLock);
+    if (fpsWindow > 1) {
+        fpsHistory.push_back(rate);
+        while (fpsHistory.size() >= size_t(fpsWindow)) {
+            fpsHistory.erase(fpsHistory.begin());
+        }
+    }
+    lastFps = rate;
+}
+
+double QTDDisplay::shownRate() {
+    QTD::AutoLock hold(&fpsLock);
+    if (fpsWindow == 1 || fpsHistory.empty()) {
+        return lastFps;
+    }
+    double sum = 0.0;
+    for (double rate : fpsHistory) {
+        sum += rate;
+    }
+    return sum / double(fpsHistory.size());
+}
+
+void QTDDisplay::slotImageProcessed(BrxImage* image, bool rebuilt) {
+    (void)image;
+    processedCounter.count(true);
+    noteRate(processedCounter.current());
+    // A rebuild never pulls the next image.
+    if (!rebuilt) {
+        emit signalCheckIncomingBuffer();
+    }
+}
+
+void QTDDisplay::slotRebuildImage() {
+    BrxImage* output = nullptr;
+    {
+        std::lock_guard<std::recursive_mutex> component(componentLock());
+        receivedCounter.count(true);
+        if (currentImage != nullptr && currentImage->imageData != nullptr && chain != nullptr) {
+            lastError = int32_t(chain->ProcessImage(currentImage, nullptr, nullptr) & 0xFFFFu);
+            output = chain->Output();
+        }
+    }
+    if (lastError == 0 && output != nullptr) {
+        emit signalImageProcessed(output, true);
+    }
+}
+
+void QTDDisplay::slotTimer() {
+    processedCounter.count(false);
+    noteRate(processedCounter.current());
+    receivedCounter.count(false);
+    updateStatus();
+}
+
+void QTDDisplay::updateStatus() {
+    if (properties.getAs<int>("display.view.status", "0", true) == 0) {
+        return;
+    }
+    QTDScreen* screen = getScreen();
+    BrxImage* image = currentImage;
+    statusBag.set("size",
+                  image != nullptr
+                      ? ATTR::format("%ldx%ld", long(image->width), long(image->height))
+                      : ATTR(),
+                  true);
+    statusBag.set("last", ATTR::format("%06ld", image != nullptr ? long(image->imageID) : 0L),
+                  true);
+    statusBag.set("in/p",
+                  ATTR::format("%ld/%ld", long(receivedCounter.frames.load()),
+                               long(processedCounter.frames.load())),
+                  true);
+    statusBag.set("fps", rateText(shownRate()), true);
+    statusBag.set("proc", chain != nullptr ? chain->properties.get("time", "", true) : ATTR("-"),
+                  true);
+    statusBag.set("zoom", ATTR::format("%ld%%", long(screen != nullptr ? screen->zoom() : 0)),
+                  true);
+    statusBag.set("at",
+                  screen != nullptr
+                      ? ATTR::format("%s%s%s", ATTR::format("%.2f", screen->centerX).c_str(), ";",
+                                     ATTR::format("%.2f", screen->centerY).c_str())
+                      : ATTR("-"),
+                  true);
+
+    Map params{{"objectID", "@status"},
+               {"text.clr", properties.get("display.overlay.status.clr", "", true)},
+               {"text.font", properties.get("display.overlay.status.font", "", true)}};
+    const ATTR text = statusBag.text(false, " ");
+    SetOverlayText(text.c_str(), 1, -1, &params);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Conversion
+
+uint32_t QTDDisplay::CreateConverter(BrxImage* target) {
+    std::lock_guard<std::recursive_mutex> convert(convertLock);
+    lastError = CodeNoResources;
+    DeleteConverter();
+    if (chain == nullptr || chain->Format(true) == nullptr) {
+        lastError = CodeNotReady;
+        return status(CodeNotReady);
+    }
+    const bool opengl = properties.getAs<int>("system.opengl", "0", true) != 0;
+    converter = new QTDConverter(this, opengl);
+    lastError = int32_t(converter->Init(chain->Format(true), target) & 0xFFFFu);
+    if (lastError != 0) {
+        const unsigned code = unsigned(int32_t(lastError));
+        delete converter;
+        converter = nullptr;
+        return status(code);
+    }
+    return 0;
+}
+
+void QTDDisplay::DeleteConverter() {
+    std::lock_guard<std::recursive_mutex> convert(convertLock);
+    delete converter;
+    converter = nullptr;
+}
+
+uint32_t QTDDisplay::ConvertImage(BrxImage* source, BrxImage* target) {
+    std::lock_guard<std::recursive_mutex> convert(convertLock);
+    if (converter == nullptr) {
+        CreateConverter(target);
+    }
+    if (converter == nullptr) {
+        lastError = CodeNotReady;
+        return status(CodeNotReady);
+    }
+    auto fits = [](BrxImage* image, BrxImage* format) {
+        return image != nullptr && format != nullptr && image->width != 0 && image->height != 0 &&
+               image->width == format->width && image->height == format->height;
+    };
+    if (!fits(source, converter->Format(true)) || !fits(target, converter->Format(false))) {
+        lastError = CodeBadArgument;
+        return status(CodeBadArgument);
+    }
+    if (!converter->BeginProcessing()) {
+        lastError = CodeFailed;
+        return status(CodeFailed);
+    }
+    emit signalConvertImage(source, target);
+    while (converter->state < QTDConverter::StateDone) {
+        QTD::Thread::Wait(1, 1);
+    }
+    lastError = converter->state == QTDConverter::StateDone ? 0 : CodeFailed;
+    converter->EndProcessing();
+    return lastError == 0 ? 0u : status(CodeFailed);
+}
+
+void QTDDisplay::slotConvertImage(BrxImage* source, BrxImage* target) {
+    if (converter == nullptr) {
+        lastError = CodeNotReady;
+        return;
+    }
+    lastError = int32_t(converter->ProcessImage(source, target, nullptr) & 0xFFFFu);
+    // A request refused outright must still end, or its caller would wait for ever.
+    if (lastError != 0 && converter->state < QTDConverter::StateDone) {
+        converter->state = QTDConverter::StateChainFailed;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Commands
+
+int QTDDisplay::RunCommandParams(const char* command, Map* params) {
+    const ATTR name(command);
+    Map none;
+    Map* given = params != nullptr ? params : &none;
+    if ((name.same("cmd.parameter.set") || name.same("cmd.parameter.get")) && params != nullptr) {
+        return processParameter(command, params);
+    }
+    if (name.samel("cmd.display.view")) {
+        return RunCommandDisplayView(name.c_str(), given);
+    }
+    if (name.samel("cmd.display.overlay")) {
+        return RunCommandDisplayOverlay(name.c_str(), params);
+    }
+    if (name.same("cmd.system.notification.add") && params != nullptr) {
+        QTD::ParamsHelper helper(params);
+        auto* receiver = static_cast<BrxDisplayCommand*>(helper.getAs<void*>("proc"));
+        return AppendNotificationProc(receiver) & 0xFF;
+    }
+    if (name.same("cmd.system.notification.del") && params != nullptr) {
+        QTD::ParamsHelper helper(params);
+        auto* receiver = static_cast<BrxDisplayCommand*>(helper.getAs<void*>("proc"));
+        return DeleteNotificationProc(receiver) & 0xFF;
+    }
+    if (name.same("cmd.image.rebuild")) {
+        emit signalRebuildImage();
+        return currentImage != nullptr ? 1 : 0;
+    }
+    if (name.samel("cmd.system.menu")) {
+        return RunCommandSystemMenu(name.c_str(), given);
+    }
+    if (name.samel("@")) {
+        QTD::PROPERTIES bag;
+        bag = *given;
+        sendObjectMessage(name.c_str(), &bag);
+        return 0;
+    }
+    return 0;
+}
+
+int QTDDisplay::processParameter(const char* command, Map* params) {
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    QTD::ParamsHelper helper(params);
+    const ATTR name = helper.get("name");
+    const ATTR value = helper.get("value");
+    QTDScreen* screen = getScreen();
+    if (ATTR(command).same("cmd.parameter.set")) {
+        if (name.same("display.view.bgcolor") && screen != nullptr) {
+            screen->props.set("color", value, true);
+            if (showing()) {
+                getWindow()->update();
+            }
+        } else if (name.same("image.notification.flags.set")) {
+            notificationFlags |= value.as<int>();
+        } else if (name.same("image.notification.flags.clear")) {
+            notificationFlags &= ~value.as<int>();
+        } else if (params != nullptr) {
+            properties.set(name, value, true);
+        }
+        return 0;
+    }
+    if (name.same("display.view.fit")) {
+        if (screen != nullptr) {
+            properties.set("display.view.fit", ATTR(screen->fit()), true);
+        }
+    } else if (name.same("display.view.scale")) {
+        if (screen != nullptr) {
+            properties.set("display.view.scale", ATTR::format("%f", screen->scale()), true);
+        }
+    } else if (params != nullptr) {
+        helper.set("value", properties.get(name, "", true), true);
+    }
+    return 0;
+}
+
+unsigned int QTDDisplay::RunCommand(const char* command) {
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    lastError = CodeNotSupported;
+    const ATTR name(command);
+    if (name.same("text.add")) {
+        Map params{{"text.font", properties.get("text.font", "default", true)},
+                   {"text.clr", properties.get("text.clr", "", true)},
+                   {"objectID", properties.get("objectID", "", true)},
+                   {"cs", properties.get("cs", "", true)}};
+        const ATTR id = SetOverlayText(properties.get("text.text", "", true).c_str(),
+                                       properties.getAs<int>("text.pos.x", "0", true),
+                                       properties.getAs<int>("text.pos.y", "0", true), &params);
+        if (!id.empty()) {
+            properties.set("objectID", id, true);
+            lastError = 0;
+            return 0;
+        }
+        lastError = CodeFailed;
+        return status(CodeFailed);
+    }
+    if (name.same("processing.proc.add") && chain != nullptr) {
+        auto* stage = static_cast<BrxImgProcessor*>(properties.getAs<void*>("processor", "", true));
+        chain->AddProcessor("customProcessor", stage);
+    } else if (name.same("processing.proc.del") && chain != nullptr) {
+        chain->DeleteProcessor("customProcessor");
+    }
+    // 3 is what this entry treats as unhandled; the chain commands are answered that way too.
+    const unsigned int word = status(CodeUnknownCommand);
+    lastError = int32_t(word);
+    return word;
+}
+
+int QTDDisplay::RunCommandDisplayView(const char* command, Map* params) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    const ATTR name(command);
+    if (!listed(COMMANDS_VIEW, name)) {
+        return 0;
+    }
+    Map none;
+    QTD::ParamsHelper helper(params != nullptr ? params : &none);
+    QTDScreen* screen = getScreen();
+    QTDWindow* window = getWindow();
+
+    if (name.same("cmd.display.view.zoom.in", true)) {
+        return SetZoom(true, helper.getAs<double>("zoom.coef", "-1."), true) ? 1 : 0;
+    }
+    if (name.same("cmd.display.view.zoom.out", true)) {
+        return SetZoom(false, helper.getAs<double>("zoom.coef", "-1."), true) ? 1 : 0;
+    }
+    if (name.same("cmd.display.view.fit", true)) {
+        const int mode = helper.getAs<int>("mode", "1");
+        if (!SetFitMode(mode, true)) {
+            return 0;
+        }
+        properties.set("display.view.fit", ATTR(mode), true);
+        return 1;
+    }
+    if (name.same("cmd.display.view.scale", true)) {
+        return SetScale(helper.getAs<double>("scale", ATTR::format("%f", 0.0)), true) ? 1 : 0;
+    }
+    if (name.same("cmd.display.view.translate", true)) {
+        if (screen == nullptr) {
+            return 0;
+        }
+        double x = helper.getAs<double>("pos.x", "0");
+        double y = helper.getAs<double>("pos.y", "0");
+        const bool inside =
+            screen->translate(&x, &y, helper.get("cs.src"), helper.get("cs.dst"), true, false);
+        helper.set("pos.x", ATTR::format("%f", x), true);
+        helper.set("pos.y", ATTR::format("%f", y), true);
+        helper.set("result", inside ? "1" : "0", true);
+        return 1;
+    }
+    if (name.same("cmd.display.view.at", true)) {
+        if (screen == nullptr) {
+            return 0;
+        }
+        double x = helper.getAs<double>("pos.x", "0");
+        double y = helper.getAs<double>("pos.y", "0");
+        const ATTR cs = helper.get("cs", "base");
+        if (!cs.same("base", true)) {
+            screen->translate(&x, &y, cs, "base", true, false);
+        }
+        return screen->at(x, y) ? 1 : 0;
+    }
+    if (name.same("cmd.display.view.status", true)) {
+        const bool on = properties.getAs<int>("display.view.status", "0", true) == 0;
+        properties.set("display.view.status", on ? "1" : "0", true);
+        if (on) {
+            updateStatus();
+        } else {
+            DelOverlayObject("@status");
+        }
+        return 1;
+    }
+    if (name.same("cmd.display.view.info", true)) {
+        const bool on = properties.getAs<int>("display.view.info", "0", true) == 0;
+        properties.set("display.view.info", on ? "1" : "0", true);
+        if (on) {
+            drawInfo();
+        } else {
+            DelOverlayObject("@info");
+        }
+        return 1;
+    }
+    if (name.same("cmd.display.view.image", true)) {
+        if (screen == nullptr || window == nullptr) {
+            return 0;
+        }
+        const QTD::TRECT<int> area = window->windowRect(false);
+        double x = area.x, y = area.y, w = area.width, h = area.height;
+        const bool corner = screen->translate(&x, &y, "win", "img", true, false);
+        const bool extent = screen->translate(&w, &h, "win", "img", false, false);
+        helper.set("pos.x", ATTR::format("%f", x), true);
+        helper.set("pos.y", ATTR::format("%f", y), true);
+        helper.set("dim.w", ATTR::format("%f", w), true);
+        helper.set("dim.h", ATTR::format("%f", h), true);
+        helper.set("inside", ATTR::format("%d", corner && extent ? 1 : 0), true);
+        return 1;
+    }
+    if (name.same("cmd.display.view.nofication", true)) {
+        if (window != nullptr) {
+            QTD::PROPERTIES bag;
+            bag.set("flags", helper.get("flags"), true);
+            window->processCommand("cmd.notification.flags.set", &bag);
+        }
+        return 1;
+    }
+    if (name.same("cmd.display.view.moveblock", true)) {
+        if (window != nullptr) {
+            QTD::PROPERTIES bag;
+            bag.set("state", helper.get("state"), true);
+            window->processCommand("cmd.display.view.moveblock", &bag);
+        }
+        return 1;
+    }
+    return 0;
+}
+
+void QTDDisplay::drawInfo() {
+    const bool gpu = properties.getAs<int>("system.opengl", "0", true) == 1;
+    QTD::PROPERTIES info;
+    info.set("ID", properties.get("system.objectID", "", true), true);
+    info.set("type", gpu ? "GPU" : "CPU", true);
+    QTDWindow* window = getWindow();
+    if (gpu && window != nullptr && window->surface != nullptr) {
+        info.set("vendor", window->surface->props.get("gl.vendor", "", true), true);
+        info.set("opengl", window->surface->props.get("gl.version", "", true), true);
+    }
+    Map params{{"objectID", "@info"},
+               {"adjust", gpu ? "1" : "0"},
+               {"text.clr", properties.get("display.overlay.status.clr", "", true)},
+               {"text.font", properties.get("display.overlay.status.font", "", true)}};
+    const ATTR text = info.text(false, " ");
+    SetOverlayText(text.c_str(), 2, -1, &params);
+}
+
+int QTDDisplay::RunCommandDisplayOverlay(const char* command, Map* params) {
+    if (params == nullptr || !listed(COMMANDS_OVERLAY, ATTR(command))) {
+        return 0;
+    }
+    // The overlay commands act on the window's draw objects, which this build does not have
+    // yet: each is known and answered as not done.
+    return 0;
+}
+
+int QTDDisplay::RunCommandSystemMenu(const char* command, Map* params) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    const ATTR name(command);
+    Map none;
+    QTD::ParamsHelper helper(params != nullptr ? params : &none);
+    if (name.same("cmd.system.menu.create")) {
+        if (getScreen() == nullptr) {
+            return 0;
+        }
+        auto* menu = new QMenu(viewer);
+        QAction* zoomIn = menu->addAction(tr("Zoom In\t[plus]"), this, &QTDDisplay::slotMenuZoomIn);
+        zoomIn->setEnabled(CanZoom(true, -1.0, true));
+        QAction* zoomOut =
+            menu->addAction(tr("Zoom Out\t[minus]"), this, &QTDDisplay::slotMenuZoomOut);
+        zoomOut->setEnabled(CanZoom(false, -1.0, true));
+        QMenu* fit = menu->addMenu("Set fit mode...");
+        fit->addAction(tr("Fit to Window\t[0]"), this, &QTDDisplay::slotMenuFitWindow);
+        fit->addAction(tr("Fill Window\t[2]"), this, &QTDDisplay::slotMenuFillWindow);
+        QMenu* zoom = menu->addMenu("Set zoom...");
+        zoom->addAction(tr("25%"), this, &QTDDisplay::slotMenuZoom25);
+        zoom->addAction(tr("50%"), this, &QTDDisplay::slotMenuZoom50);
+        zoom->addAction(tr("100%\t[1]"), this, &QTDDisplay::slotMenuZoom100);
+        zoom->addAction(tr("200%"), this, &QTDDisplay::slotMenuZoom200);
+        QMenu* center = menu->addMenu("Center at...");
+        center->addAction(tr("Image Center\t[C]"), this, &QTDDisplay::slotMenuCenterImage);
+        center->addAction(tr("Here\t[double click]"), this, &QTDDisplay::slotMenuCenterHere);
+        helper.set("qmenu", ATTR(static_cast<void*>(menu)), true);
+        helper.set("qmenuWidget", ATTR(static_cast<void*>(static_cast<QWidget*>(viewer))), true);
+        return 1;
+    }
+    if (name.same("cmd.system.menu.exec")) {
+        auto* menu = static_cast<QMenu*>(helper.getAs<void*>("qmenu"));
+        if (menu != nullptr) {
+            menu->exec(QCursor::pos());
+        }
+        return 1;
+    }
+    if (name.same("cmd.system.menu.delete")) {
+        delete static_cast<QMenu*>(helper.getAs<void*>("qmenu"));
+        return 1;
+    }
+    return 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// View operations
+
+bool QTDDisplay::SetFitMode(int mode, bool redraw) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    QTDScreen* screen = getScreen();
+    if (screen == nullptr || !screen->fit(mode, true)) {
+        return false;
+    }
+    if (redraw) {
+        viewer->redraw(true);
+    }
+    return true;
+}
+
+bool QTDDisplay::CenterAt(double x, double y, bool redraw) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    QTDScreen* screen = getScreen();
+    if (screen == nullptr || !screen->at(x, y)) {
+        return false;
+    }
+    if (redraw) {
+        viewer->redraw(true);
+    }
+    return true;
+}
+
+bool QTDDisplay::SetZoom(bool zoomIn, double coef, bool redraw) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    QTDScreen* screen = getScreen();
+    if (screen == nullptr) {
+        return false;
+    }
+    ATTR stored;
+    if (coef < 1e-5 && properties.find("display.view.zoom.coef", &stored, true)) {
+        coef = stored.as<double>();
+    }
+    if (!screen->zoom(zoomIn, coef, false)) {
+        return false;
+    }
+    if (redraw) {
+        viewer->redraw(true);
+    }
+    return true;
+}
+
+bool QTDDisplay::CanZoom(bool zoomIn, double coef, bool query) {
+    (void)query;
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    QTDScreen* screen = getScreen();
+    if (screen == nullptr) {
+        return false;
+    }
+    ATTR stored;
+    if (coef < 1e-5 && properties.find("display.view.zoom.coef", &stored, true)) {
+        coef = stored.as<double>();
+    }
+    return screen->zoom(zoomIn, coef, true);
+}
+
+bool QTDDisplay::SetScale(double scale, bool redraw) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    QTDScreen* screen = getScreen();
+    if (screen == nullptr) {
+        return false;
+    }
+    screen->scale(scale, false);
+    const bool matched = std::fabs(screen->props.getAs<double>("scale", "0", true) - scale) < 1e-7;
+    if (redraw) {
+        viewer->redraw(true);
+    }
+    return matched;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Overlays
+
+bool QTDDisplay::SetOverlayProperties(Map* props) {
+    (void)props;
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    // The window's overlay properties come with its draw objects.
+    return false;
+}
+
+bool QTDDisplay::SetOverlayVariables(Map* vars) {
+    (void)vars;
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    // The window's overlay variables come with its draw objects.
+    return false;
+}
+
+QTD::ATTR QTDDisplay::SetOverlayText(const char* text, int x, int y, Map* params) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    if (!showing()) {
+        return ATTR();
+    }
+    QTD::PROPERTIES bag;
+    if (params != nullptr) {
+        bag = *params;
+    }
+    ATTR line(text);
+    const ATTR id = getWindow()->setOverlayText(const_cast<char*>(line.c_str()), x, y, bag);
+    if (!id.empty()) {
+        viewer->redraw(true);
+    }
+    return id;
+}
+
+QTD::ATTR QTDDisplay::SetOverlayRect(int x, int y, int w, int h, Map* params) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    if (!showing()) {
+        return ATTR();
+    }
+    QTD::PROPERTIES bag;
+    if (params != nullptr) {
+        bag = *params;
+    }
+    const ATTR id = getWindow()->setOverlayRect(x, y, w, h, bag);
+    if (!id.empty()) {
+        viewer->redraw(true);
+    }
+    return id;
+}
+
+QTD::ATTR QTDDisplay::SetOverlayProfileLine(int x0, int y0, int x1, int y1, Map* params) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    if (!showing()) {
+        return ATTR();
+    }
+    QTD::PROPERTIES bag;
+    if (params != nullptr) {
+        bag = *params;
+    }
+    const ATTR id = getWindow()->setOverlayProfileLine(x0, y0, x1, y1, bag);
+    if (!id.empty()) {
+        viewer->redraw(true);
+    }
+    return id;
+}
+
+bool QTDDisplay::DelOverlayObject(const char* id) {
+    (void)id;
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    // Deleting looks the object up among the window's draw objects, which come with the
+    // overlay work; until then there is nothing to find.
+    return false;
+}
+
+int QTDDisplay::getProfileLines(int** lines) {
+    (void)lines;
+    // Profile lines are draw objects of the window; none exist in this build.
+    return 0;
+}
+
+void QTDDisplay::deleteProfileLine(int index) {
+    if (QTDWindow* window = getWindow()) {
+        window->deleteLine(index);
+    }
+}
+
+void QTDDisplay::setActiveProfileLine(int index) {
+    if (QTDWindow* window = getWindow()) {
+        window->activeLine(index);
+    }
+}
+
+void QTDDisplay::clearProfileLines() {
+    if (QTDWindow* window = getWindow()) {
+        window->clearLines();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Notifications
+
+int QTDDisplay::AppendNotificationProc(BrxDisplayCommand* receiver) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    messenger.addCommandProcessor(receiver);
+    return 1;
+}
+
+int QTDDisplay::DeleteNotificationProc(BrxDisplayCommand* receiver) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    messenger.delCommandProcessor(receiver);
+    return 1;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Context menu
+
+void QTDDisplay::slotMenuZoomIn() {
+    SetZoom(true, -1.0, true);
+}
+
+void QTDDisplay::slotMenuZoomOut() {
+    SetZoom(false, -1.0, true);
+}
+
+void QTDDisplay::slotMenuFitWindow() {
+    SetFitMode(QTDScreen::FitWindow, true);
+}
+
+void QTDDisplay::slotMenuFillWindow() {
+    SetFitMode(QTDScreen::FillWindow, true);
+}
+
+void QTDDisplay::scaleFromMenu(double scale) {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    if (QTDScreen* screen = getScreen()) {
+        screen->scale(scale, false);
+        viewer->redraw(true);
+    }
+}
+
+// Scale is image pixels per screen pixel: 25% shows four image pixels in one.
+void QTDDisplay::slotMenuZoom25() {
+    scaleFromMenu(4.0);
+}
+
+void QTDDisplay::slotMenuZoom50() {
+    scaleFromMenu(2.0);
+}
+
+void QTDDisplay::slotMenuZoom100() {
+    scaleFromMenu(1.0);
+}
+
+void QTDDisplay::slotMenuZoom200() {
+    scaleFromMenu(0.5);
+}
+
+void QTDDisplay::slotMenuCenterImage() {
+    CenterAt(0.5, 0.5, true);
+}
+
+void QTDDisplay::slotMenuCenterHere() {
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
+    if (!showing()) {
+        return;
+    }
+    QTDWindow* window = getWindow();
+    QTDScreen* screen = window->screen;
+    if (screen == nullptr) {
+        return;
+    }
+    double x = window->properties.getAs<double>("mouse.win.x", "0", true);
+    double y = window->properties.getAs<double>("mouse.win.y", "0", true);
+    screen->translate(&x, &y, "win", "base", true, false);
+    screen->at(x, y);
+}
