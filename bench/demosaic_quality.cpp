@@ -1,13 +1,17 @@
 // Quality and speed of the demosaicing kernels beside OpenCV's.
 //
-//   bench_demosaic_quality [--quality] [--speed] [--reps N] [image.png ...]
+//   bench_demosaic_quality [--quality] [--speed] [--deep] [--reps N] [image.png ...]
 //
-// Quality: each RGB image (the McMaster set and built-in synthetic scenes when none is given)
+// Without --quality or --speed it does both; --deep adds the quality table at 16 bits; --reps
+// sets the runs per speed figure (best one kept, default 15).
+//
+// Quality: each RGB image (the McMaster set when none is given), and built-in synthetic scenes,
 // is mosaicked for the four patterns and demosaiced by each of our modes and by OpenCV's
 // bilinear, edge-aware (EA) and VNG modes; the table shows colour PSNR (one MSE over the three
 // channels, 4-pixel border excluded), per image averaged over the patterns. Speed: MPix/s at
 // 4096 x 3000, 8 and 16 bit, on one thread and on all cores, with the ratio to OpenCV's
-// bilinear cvtColor of the same run.
+// bilinear cvtColor of the same run; on one thread also per second of processor time, a figure
+// that other processes on a busy machine do not spoil.
 
 #include "demosaic/BayerEngine.h"
 
