@@ -39,9 +39,12 @@
 // Results are 16-bit status codes, 0 for success, with the meanings of the library's stages:
 // 3 a pixel type that is not handled, 7 a bad image or argument (null image or data, a size
 // below 2 x 2, images of different sizes, a stride or imageSize too small, a 16-bit image on
-// an odd address or stride), 8 ProcessImage without a successful Init, 9 out of memory.
+// an odd address or stride, an output over the input's pixels), 8 ProcessImage without a
+// successful Init, 9 out of memory. Init looks at the formats only; ProcessImage needs pixels.
 //
-// One instance takes one call at a time; separate instances may run in parallel.
+// The pixel kernels are chosen at run time for the processor (SSE2, AVX2 with FMA, AVX-512) and
+// split each frame in bands over the threads. One instance takes one call at a time; separate
+// instances may run in parallel.
 
 #include <brx/BrxComponent.h>
 #include <brx/BrxImage.h>
