@@ -588,11 +588,15 @@ int debayer(BrxImage* image, char* target, int stride, int flags, bool deep, con
                              (image->bitsPerChannel > 8) == deep
                          ? bayerMethod(PixelTypeToBayerType(image->pixelType), flags)
                          : -1;
+    if (code < 0 || !target) {
+        failed(what);
+        return 0;
+    }
     const int64_t targetStride = stride > 0 ? stride : int64_t(image->stride) * 3;
     // Rows of words start on whole words.
     const bool aligned = !deep || ((image->stride | targetStride) & 1) == 0;
-    if (code < 0 || !target || !aligned || targetStride > INT32_MAX ||
-        !wrapSelf(image, depth, 1, in) || !wrap(image, target, int(targetStride), depth, 3, out)) {
+    if (!aligned || targetStride > INT32_MAX || !wrapSelf(image, depth, 1, in) ||
+        !wrap(image, target, int(targetStride), depth, 3, out)) {
         failed(what);
         return 0;
     }

@@ -321,3 +321,36 @@ TEST(CPUIPBayer, FactoryPair) {
     BrxDisplayCPU::Bayer::DeleteComponent(stage); // never set up: nothing to release
     BrxDisplayCPU::Bayer::DeleteComponent(nullptr);
 }
+
+TEST(CPUIPBayer, BilinearAgreesWithOpenCVInside) {
+    // Two independent bilinear demosaicers on a busy mosaic, every pattern: away from the
+    // borders, where each has its own rule, they may differ only by rounding.
+    for (int pattern = 0; pattern < 4; ++pattern) {
+        const uint32_t type = BAYER_INDEX[pattern];
+        auto input = TestImages::make(24, 16, type);
+        for (uint32_t y = 0; y < 16; ++y) {
+            for (uint32_t x = 0; x < 24; ++x) {
+                row8(input.get(), y)[x] = uint8_t(TestImages::pattern(x, y, 256));
+            }
+        }
+        Stage s;
+        s->SetParamInt("BayerAlgType", 1);
+        ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+        ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+        auto reference = TestImages::make(24, 16, PixelType::RGB8);
+        ASSERT_EQ(QTDImageHelpers::dataDebayer8b(input.get(),
+                                                 static_cast<char*>(reference->imageData),
+                                                 int(reference->stride), 0),
+                  1);
+        int bad = 0;
+        for (uint32_t y = 2; y < 14; ++y) {
+            for (uint32_t x = 2; x < 22; ++x) {
+                for (int c = 0; c < 3; ++c) {
+                    bad += std::abs(channel(s->Output(), x, y, c) -
+                                    channel(reference.get(), x, y, c)) > 1;
+                }
+            }
+        }
+        EXPECT_EQ(bad, 0) << "pattern " << pattern;
+    }
+}

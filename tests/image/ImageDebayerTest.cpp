@@ -1,0 +1,128 @@
+// Demosaicing by OpenCV: the pattern mapping, colours in their channels, and refusals.
+
+#include "image/QTDImageHelpers.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+using namespace QTDImageHelpers;
+
+namespace {
+
+// Unpacked mosaics in the patterns GR, RG, BG, GB, for the depths 8 to 16.
+constexpr unsigned kMosaics[5][4] = {{0x0308010D, 0x0308010E, 0x03080110, 0x0308010F},
+                                     {0x03100211, 0x03100212, 0x03100214, 0x03100213},
+                                     {0x03100315, 0x03100316, 0x03100318, 0x03100317},
+                                     {0x03100429, 0x0310042A, 0x0310042C, 0x0310042B},
+                                     {0x0310052D, 0x0310052E, 0x03100530, 0x0310052F}};
+
+// Colour (0 red, 1 green, 2 blue) of site (x, y) of the patterns in the order above.
+int siteColour(int pattern, unsigned x, unsigned y) {
+    static const int sites[4][4] = {{1, 0, 2, 1}, {0, 1, 1, 2}, {2, 1, 1, 0}, {1, 2, 0, 1}};
+    return sites[pattern][(y & 1) * 2 + (x & 1)];
+}
+
+struct Image {
+    BrxImage* p;
+    Image(int width, int height, unsigned type)
+        : p(imageCreateImage(nullptr, width, height, type)) {}
+    ~Image() { imageDelete(p); }
+    BrxImage* operator->() { return p; }
+    uint8_t* row(unsigned r) { return static_cast<uint8_t*>(p->imageData) + r * p->stride; }
+};
+
+// A flat colour sampled into a mosaic of `type`.
+void fill(Image& image, int pattern, std::array<int, 3> colour) {
+    for (unsigned y = 0; y < image->height; ++y) {
+        for (unsigned x = 0; x < image->width; ++x) {
+            const int v = colour[siteColour(pattern, x, y)];
+            if (image->bitsPerChannel == 8) {
+                image.row(y)[x] = uint8_t(v);
+            } else {
+                reinterpret_cast<uint16_t*>(image.row(y))[x] = uint16_t(v);
+            }
+        }
+    }
+}
+
+} // namespace
+
+TEST(ImageDebayer, EveryUnpackedMosaicHasACodeAndNothingElse) {
+    for (auto& depth : kMosaics) {
+        for (int pattern = 0; pattern < 4; ++pattern) {
+            EXPECT_GE(PixelTypeToBayerType(depth[pattern]), 0) << std::hex << depth[pattern];
+            // One pattern, one code, whatever the depth.
+            EXPECT_EQ(PixelTypeToBayerType(depth[pattern]),
+                      PixelTypeToBayerType(kMosaics[0][pattern]));
+        }
+    }
+    for (unsigned other :
+         {0u, 0x01080101u /* Mono8 */, 0x02180171u /* RGB8 */, 0x030C2323u /* BayerRG12p */,
+          0x030C121Eu /* BayerGB10Packed */, 0x04080131u /* TrueSense */}) {
+        EXPECT_EQ(PixelTypeToBayerType(other), -1) << std::hex << other;
+    }
+}
+
+TEST(ImageDebayer, FlatColoursComeOutAsRgbForEveryPatternAndMethod) {
+    const std::array<int, 3> colour = {210, 95, 20};
+    for (int pattern = 0; pattern < 4; ++pattern) {
+        for (int flags = 0; flags < 3; ++flags) {
+            Image in(12, 8, kMosaics[0][pattern]);
+            fill(in, pattern, colour);
+            std::vector<uint8_t> out(12 * 3 * 8, 0);
+            ASSERT_EQ(dataDebayer8b(in.p, reinterpret_cast<char*>(out.data()), 36, flags), 1);
+            int bad = 0;
+            for (size_t i = 0; i < out.size(); ++i) {
+                bad += std::abs(int(out[i]) - colour[i % 3]) > 1;
+            }
+            EXPECT_EQ(bad, 0) << "pattern " << pattern << " flags " << flags;
+        }
+    }
+}
+
+TEST(ImageDebayer, DeepMosaicsKeepTheirDepth) {
+    const std::array<int, 3> colour = {4000, 1500, 70};
+    for (int pattern = 0; pattern < 4; ++pattern) {
+        Image in(10, 6, kMosaics[2][pattern]);
+        fill(in, pattern, colour);
+        // Rows of the target padded beyond their 60 bytes; the padding stays untouched.
+        const int stride = 64;
+        std::vector<uint16_t> out(stride / 2 * 6, 0xBEEF);
+        ASSERT_EQ(dataDebayer16b(in.p, reinterpret_cast<char*>(out.data()), stride), 1);
+        for (unsigned y = 0; y < 6; ++y) {
+            for (unsigned x = 0; x < 10; ++x) {
+                for (int c = 0; c < 3; ++c) {
+                    ASSERT_EQ(out[y * stride / 2 + x * 3 + c], colour[c]) << x << "," << y;
+                }
+            }
+            EXPECT_EQ(out[y * stride / 2 + 30], 0xBEEF);
+        }
+    }
+}
+
+TEST(ImageDebayer, RefusalsReturnZero) {
+    Image in8(8, 4, kMosaics[0][1]);
+    Image in12(8, 4, kMosaics[2][1]);
+    std::vector<char> out(8 * 4 * 6 * 4);
+    EXPECT_EQ(dataDebayer8b(nullptr, out.data(), 0, 0), 0);
+    EXPECT_EQ(dataDebayer8b(in8.p, nullptr, 0, 0), 0);
+    EXPECT_EQ(dataDebayer8b(in8.p, out.data(), 0, 3), 0);  // no such method
+    EXPECT_EQ(dataDebayer8b(in12.p, out.data(), 0, 0), 0); // words, not bytes
+    EXPECT_EQ(dataDebayer16b(in8.p, out.data(), 0), 0);
+    EXPECT_EQ(dataDebayer16b(in12.p, out.data(), 49), 0);  // rows of words on odd bytes
+    EXPECT_EQ(dataDebayer8b(in8.p, out.data(), 23, 0), 0); // shorter than a row
+    Image mono(8, 4, 0x01080101);
+    EXPECT_EQ(dataDebayer8b(mono.p, out.data(), 0, 0), 0);
+    Image tiny(1, 4, kMosaics[0][0]);
+    EXPECT_EQ(dataDebayer8b(tiny.p, out.data(), 0, 0), 0);
+    // A record whose block is shorter than its rows.
+    in8->imageSize = in8->stride * 2;
+    EXPECT_EQ(dataDebayer8b(in8.p, out.data(), 0, 0), 0);
+    // Default stride: three times the image's.
+    Image ok(8, 4, kMosaics[0][3]);
+    EXPECT_EQ(dataDebayer8b(ok.p, out.data(), 0, 2), 1);
+    EXPECT_EQ(dataDebayer16b(in12.p, out.data(), 0), 1);
+}
