@@ -164,6 +164,13 @@ BrxImgProcessingChain* QTDDisplay::GetProcessingChain() {
     return chain;
 }
 
+void QTDDisplay::slotViewerDestroyed(QObject* object) {
+    if (object == static_cast<QObject*>(viewer)) {
+        Release();
+        viewer = nullptr;
+    }
+}
+
 bool QTDDisplay::showing() {
     return currentImage != nullptr && chain != nullptr && getWindow() != nullptr && lastError == 0;
 }
@@ -243,6 +250,9 @@ int QTDDisplay::initDisplay(BrxImage* format) {
         viewer = new QTDViewer(parent, opengl == 1);
         viewer->messenger(&messenger);
         viewer->display(this);
+        // The application's widget may take the viewer with it before the controller goes.
+        connect(viewer, &QObject::destroyed, this, &QTDDisplay::slotViewerDestroyed,
+                Qt::DirectConnection);
     }
 
     QTDScreen* screen = nullptr;

@@ -137,6 +137,8 @@ public slots:
     void slotImageProcessed(BrxImage* image, bool rebuilt);
     void slotConvertImage(BrxImage* source, BrxImage* target);
     void slotTimer();
+    // The viewer went with its parent widget: nothing may point at it or at what it showed.
+    void slotViewerDestroyed(QObject* object);
 
     void slotMenuZoomIn();
     void slotMenuZoomOut();
