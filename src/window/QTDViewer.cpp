@@ -47,6 +47,7 @@ QTDViewer::QTDViewer(QWidget* parent, bool opengl) : QWidget(parent) {
         row->setSpacing(0);
         row->addWidget(this);
         row->addWidget(vertBar);
+        hostLayout = row;
     } else {
         // No widget of the application to share (or it has a layout of its own): the vertical
         // bar stays inside the viewer.
@@ -86,6 +87,13 @@ QTDViewer::~QTDViewer() {
         window = nullptr;
     }
     shut();
+    // What the viewer put into the application's widget goes with it, so that a new viewer
+    // finds the widget as this one did.
+    if (vertBar && vertBar->parentWidget() != this)
+        delete vertBar;
+    vertBar = nullptr;
+    delete hostLayout;
+    hostLayout = nullptr;
 }
 
 int32_t QTDViewer::init(BrxImage* format, QTDProcessor* processor) {

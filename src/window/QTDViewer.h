@@ -8,6 +8,7 @@
 
 #include <mutex>
 
+class QLayout;
 class QResizeEvent;
 class QScrollBar;
 class QTDDisplay;
@@ -71,4 +72,6 @@ private:
     QTDDisplay* controller = nullptr;
     QScrollBar* horzBar = nullptr;
     QScrollBar* vertBar = nullptr;
+    // The row that holds viewer and vertical bar in the application's widget, if made here.
+    QLayout* hostLayout = nullptr;
 };

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -289,4 +290,22 @@ TEST_F(ViewerOnScreen, NullImagesEmptyWindowsAndLateImagesDoNotBreakTheFrame) {
     host.resize(400, 300);
     settle();
     EXPECT_GT(expectCardWhereTheScreenSays(grab("regrown")), 100);
+}
+
+// Not a limit, a figure: what one CPU frame of the test card costs under Xvfb.
+TEST_F(ViewerOnScreen, FrameTimeIsReported) {
+    for (int mode : {QTDScreen::FitActual, QTDScreen::FitWindow}) {
+        window->screen->fit(mode, true);
+        settle();
+        QElapsedTimer clock;
+        clock.start();
+        int const frames = 40;
+        for (int i = 0; i < frames; ++i)
+            window->render();
+        double ms = clock.nsecsElapsed() / 1e6 / frames;
+        RecordProperty(mode == QTDScreen::FitActual ? "frame_ms_actual" : "frame_ms_fit",
+                       std::to_string(ms));
+        std::printf("frame of 640x480 in %dx%d, fit %d: %.2f ms\n", window->width(),
+                    window->height(), mode, ms);
+    }
 }

@@ -13,9 +13,15 @@
 #include <QScrollBar>
 
 #include <gtest/gtest.h>
+#include <log4cpp/Category.hh>
+#include <log4cpp/OstreamAppender.hh>
+#include <log4cpp/PatternLayout.hh>
+#include <log4cpp/Priority.hh>
 
 #include <future>
 #include <memory>
+#include <regex>
+#include <sstream>
 #include <thread>
 
 using namespace WindowTest;
@@ -51,6 +57,30 @@ void pump() {
     for (int i = 0; i < 3; ++i)
         QCoreApplication::processEvents(QEventLoop::AllEvents);
 }
+
+// Catches what the library logs at debug level while it lives.
+class LogCapture {
+public:
+    LogCapture() : category(log4cpp::Category::getInstance("BrxDisplayQt")) {
+        saved = category.getPriority();
+        auto* appender = new log4cpp::OstreamAppender("window-test", &text);
+        auto* layout = new log4cpp::PatternLayout();
+        layout->setConversionPattern("%m%n");
+        appender->setLayout(layout);
+        category.addAppender(appender);
+        category.setPriority(log4cpp::Priority::DEBUG);
+    }
+    ~LogCapture() {
+        category.removeAppender(category.getAppender("window-test"));
+        category.setPriority(saved);
+    }
+    std::string lines() const { return text.str(); }
+
+private:
+    log4cpp::Category& category;
+    log4cpp::Priority::Value saved;
+    std::ostringstream text;
+};
 
 BrxImage* formatOnly(int width, int height) {
     return QTDImageHelpers::imageCreateFormat(nullptr, width, height, RGB8);
@@ -122,6 +152,48 @@ TEST(QTDWindow, BeforeInitNothingHappensAndNothingBreaks) {
     ASSERT_TRUE(window.init());
     window.resize(320, 240);
     window.render();
+}
+
+TEST(QTDWindow, AFrameLogsItsWayFromImageToScreen) {
+    QTDWindow window(nullptr, false);
+    ASSERT_TRUE(window.init());
+    window.QWindow::resize(160, 120);
+    window.show();
+    pump();
+    ASSERT_TRUE(window.isExposed());
+    ImagePtr card = makeCard(640, 480, 4242);
+
+    std::string text;
+    {
+        LogCapture capture;
+        window.setImage(card.get(), true);
+        pump();
+        text = capture.lines();
+    }
+    std::string const ts = " sys timestamp [0-9]+ ns, ";
+    std::regex order("QTDWindow::setImage\\(\\): id = 4242\n"
+                     "QTDWindow::update\\(\\): post UpdateRequest," +
+                     ts +
+                     "image id 4242\n"
+                     "QTDWindow::event\\(\\): UpdateRequest event," +
+                     ts +
+                     "image id 4242\n"
+                     "QTDWindow::render\\(\\): draw image," +
+                     ts +
+                     "id 4242\n"
+                     "QTDWindow::render\\(\\): image is drawn," +
+                     ts + "id 4242\n");
+    EXPECT_TRUE(std::regex_search(text, order)) << text;
+
+    QTDViewer viewer(nullptr, false);
+    {
+        LogCapture capture;
+        viewer.setImage(card.get(), false);
+        text = capture.lines();
+    }
+    EXPECT_TRUE(std::regex_search(
+        text, std::regex("QTDViewer::setImage: post UpdateRequest," + ts + "image id 4242\n")))
+        << text;
 }
 
 TEST(QTDWindow, InitBuildsTheInputChainAndASecondInitStartsClean) {
@@ -369,6 +441,19 @@ TEST(QTDViewer, BuildsTheWidgetTreeAroundAWorkingWindow) {
     viewer->horizontalBar()->setValue(0);
     EXPECT_DOUBLE_EQ(window.screen->originX, 0.0);
     delete viewer;
+}
+
+TEST(QTDViewer, ANewViewerFindsTheHostAsTheLastOneLeftIt) {
+    QWidget host;
+    delete new QTDViewer(&host, false);
+    EXPECT_EQ(host.layout(), nullptr);
+    EXPECT_TRUE(host.findChildren<QWidget*>().isEmpty()) << "no bar left behind";
+
+    auto* second = new QTDViewer(&host, false);
+    ASSERT_NE(host.layout(), nullptr);
+    EXPECT_EQ(host.layout()->indexOf(second), 0);
+    EXPECT_EQ(second->verticalBar()->parentWidget(), &host);
+    delete second;
 }
 
 TEST(QTDViewer, HostWithALayoutOfItsOwnKeepsBothBarsInTheViewer) {
