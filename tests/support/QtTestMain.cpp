@@ -11,7 +11,8 @@ extern "C" const char* __lsan_default_suppressions() {
            "leak:libQt5Gui\n"
            "leak:libQt5Core\n"
            "leak:libQt5XcbQpa\n"
-           "leak:libfontconfig\n";
+           "leak:libfontconfig\n"
+           "leak:libdbus-1\n";
 }
 
 int main(int argc, char** argv) {
