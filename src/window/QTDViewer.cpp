@@ -90,10 +90,8 @@ QTDViewer::~QTDViewer() {
     // What the viewer put into the application's widget goes with it, so that a new viewer
     // finds the widget as this one did.
     if (vertBar && vertBar->parentWidget() != this)
-        delete vertBar;
-    vertBar = nullptr;
-    delete hostLayout;
-    hostLayout = nullptr;
+        delete vertBar.data();
+    delete hostLayout.data();
 }
 
 int32_t QTDViewer::init(BrxImage* format, QTDProcessor* processor) {

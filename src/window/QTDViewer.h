@@ -4,13 +4,14 @@
 
 #include <brx/BrxImage.h>
 
+#include <QLayout>
+#include <QPointer>
+#include <QScrollBar>
 #include <QWidget>
 
 #include <mutex>
 
-class QLayout;
 class QResizeEvent;
-class QScrollBar;
 class QTDDisplay;
 class QTDProcessor;
 class QTDWindow;
@@ -71,7 +72,8 @@ public:
 private:
     QTDDisplay* controller = nullptr;
     QScrollBar* horzBar = nullptr;
-    QScrollBar* vertBar = nullptr;
+    // Both live in the application's widget when there is one, which may delete them first.
+    QPointer<QScrollBar> vertBar;
     // The row that holds viewer and vertical bar in the application's widget, if made here.
-    QLayout* hostLayout = nullptr;
+    QPointer<QLayout> hostLayout;
 };

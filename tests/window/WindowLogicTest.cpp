@@ -456,6 +456,17 @@ TEST(QTDViewer, ANewViewerFindsTheHostAsTheLastOneLeftIt) {
     delete second;
 }
 
+TEST(QTDViewer, GoesWithTheHostWidget) {
+    auto* host = new QWidget;
+    auto* viewer = new QTDViewer(host, false);
+    host->show();
+    ImagePtr card = makeCard();
+    viewer->setImage(card.get(), true);
+    pump();
+    delete host;
+    pump();
+}
+
 TEST(QTDViewer, HostWithALayoutOfItsOwnKeepsBothBarsInTheViewer) {
     QWidget host;
     auto* existing = new QVBoxLayout(&host);
