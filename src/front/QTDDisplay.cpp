@@ -165,9 +165,10 @@ BrxImgProcessingChain* QTDDisplay::GetProcessingChain() {
 }
 
 void QTDDisplay::slotViewerDestroyed(QObject* object) {
+    // The viewer is half torn down here: forget it before anything could call it.
     if (object == static_cast<QObject*>(viewer)) {
-        Release();
         viewer = nullptr;
+        Release();
     }
 }
 
