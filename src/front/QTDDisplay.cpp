@@ -709,6 +709,9 @@ int QTDDisplay::processParameter(const char* command, Map* params) {
 }
 
 unsigned int QTDDisplay::RunCommand(const char* command) {
+    // "text.add" ends in an overlay call, which takes the set-up lock: take it first, so that
+    // the order of the two stays that of the set-up.
+    std::lock_guard<std::recursive_mutex> setup(setupLock);
     std::lock_guard<std::recursive_mutex> component(componentLock());
     lastError = CodeNotSupported;
     const ATTR name(command);

@@ -62,12 +62,8 @@ TEST(DisplayCommands, WithoutAScreen) {
     EXPECT_EQ(get["value"], "255");
 
     EXPECT_EQ(d.RunCommandParams("cmd.image.rebuild", nullptr), 0);
-    EXPECT_EQ(d.RunCommandParams("cmd.display.view.zoom.in", nullptr), 0);
-    EXPECT_EQ(d.RunCommandParams("cmd.display.view.fit", nullptr), 0);
     Params point{{"pos.x", "1"}, {"pos.y", "2"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.view.translate", &point), 0);
-    EXPECT_EQ(d.RunCommandParams("cmd.display.view.at", &point), 0);
-    EXPECT_EQ(d.RunCommandParams("cmd.display.view.image", &point), 0);
     // These two answer done even with nothing to do.
     EXPECT_EQ(d.RunCommandParams("cmd.display.view.nofication", nullptr), 1);
     EXPECT_EQ(d.RunCommandParams("cmd.display.view.moveblock", nullptr), 1);
@@ -75,11 +71,7 @@ TEST(DisplayCommands, WithoutAScreen) {
     EXPECT_EQ(d.RunCommandParams("cmd.system.menu.create", &menu), 0);
     EXPECT_TRUE(menu.empty());
     EXPECT_FALSE(d.SetScale(1.0, true));
-    EXPECT_FALSE(d.CenterAt(0.5, 0.5, true));
     EXPECT_TRUE(d.SetOverlayText("x", 1, 1, nullptr).empty());
-    EXPECT_EQ(d.getProfileLines(nullptr), 0);
-    d.deleteProfileLine(0);
-    d.clearProfileLines();
 }
 
 TEST(DisplayCommands, DispatchAndUnknownCommands) {

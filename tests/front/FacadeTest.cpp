@@ -138,7 +138,6 @@ TEST(Facade, CreatedThroughTheFlatFunctions) {
     // The facade's own parameters are stored as given.
     EXPECT_EQ(component->SetParamInt("dump.x", 4), 0u);
     EXPECT_EQ(param(component, "dump.x"), "4");
-    EXPECT_EQ(handle->GetSystemInfo(nullptr, 0, nullptr), 0);
     BrxDisplay_DeleteComponent(handle);
 }
 
