@@ -50,9 +50,11 @@ bool BayerEngine::valid(BayerFrame const& f) {
     return true;
 }
 
-bool BayerEngine::run(BayerFrame const& f, int algorithm) {
-    if (!valid(f))
+bool BayerEngine::run(BayerFrame const& frame, int algorithm) {
+    if (!valid(frame))
         return false;
+    BayerFrame f = frame;
+    f.stream = static_cast<int64_t>(f.width) * f.height * 3 * f.bytes >= streamBytes;
     std::atomic<bool> ok{true};
     // Waking the workers costs more than a small frame takes on one core.
     bool const small = static_cast<int64_t>(f.width) * f.height < SMALL_FRAME;

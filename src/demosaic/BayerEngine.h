@@ -5,6 +5,7 @@
 #include "demosaic/BayerScratch.h"
 #include "demosaic/BayerThreadPool.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -28,12 +29,18 @@ public:
     void useBaseline(bool baseline);
     // Forces one set of kernels of BayerIsa::available().
     void useIsa(BayerIsa const& kernels) { isa = &kernels; }
+    // Outputs of `bytes` and more are written past the caches.
+    void streamFrom(int64_t bytes) { streamBytes = bytes; }
+
+    // By default: outputs that would not stay in the caches anyway.
+    static constexpr int64_t STREAM_BYTES = 16 << 20;
     char const* isaName() const { return isa->name; }
 
 private:
     BayerThreadPool pool;
     std::vector<std::unique_ptr<BayerScratch>> scratch;
     BayerIsa const* isa;
+    int64_t streamBytes = STREAM_BYTES;
 };
 
 } // namespace BrxDemosaic

@@ -25,6 +25,9 @@ struct BayerFrame {
     int depth = 8;    // significant bits, 8 to 16
     int bytes = 1;    // storage bytes of a sample: 1 for 8 bits, 2 above
     bool bgr = false; // output channel order B, G, R instead of R, G, B
+    // Write the output past the caches: for frames too large to stay in them, where it saves
+    // the reads that ordinary stores make of every line they fill.
+    bool stream = false;
 
     // Where the red sample of the 2 x 2 cell lies.
     int redX() const { return 1 - (pattern & 1); }
