@@ -384,6 +384,9 @@ void QTDDisplay::Release() {
 // Images
 
 bool QTDDisplay::needInitialize(BrxImage* image) {
+    // The controller's thread rewrites the record during a pass and replaces it during a set-up,
+    // both under the component lock.
+    std::lock_guard<std::recursive_mutex> component(componentLock());
     if (currentImage == nullptr || image == nullptr) {
         return false;
     }
@@ -611,8 +614,15 @@ uint32_t QTDDisplay::ConvertImage(BrxImage* source, BrxImage* target) {
         return status(CodeFailed);
     }
     emit signalConvertImage(source, target);
-    while (converter->state < QTDConverter::StateDone) {
+    // Waiting on the controller's own thread pumps its events, and a set-up among them would
+    // take the converter away.
+    QTDConverter* const requested = converter;
+    while (converter == requested && requested->state < QTDConverter::StateDone) {
         QTD::Thread::Wait(1, 1);
+    }
+    if (converter != requested) {
+        lastError = CodeFailed;
+        return status(CodeFailed);
     }
     lastError = converter->state == QTDConverter::StateDone ? 0 : CodeFailed;
     converter->EndProcessing();
