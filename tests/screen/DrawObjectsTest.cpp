@@ -1,0 +1,360 @@
+#include "screen/DrawObjects.h"
+
+#include "image/QTDImageParser.h"
+#include "screen/QTDSurface.h"
+#include "screen/SurfaceText.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+using QTD::ATTR;
+using QTD::DrawObjects;
+using QTD::PROPERTIES;
+
+namespace {
+
+// Measures every text as the size the test sets.
+struct FixedText : QTD::SurfaceText {
+    void calcText(ATTR font, char const* text, int* width, int* height) override {
+        lastFont = font;
+        lastText = text ? text : "";
+        *width = w;
+        *height = h;
+    }
+    bool ready() override { return true; }
+    int w = 20;
+    int h = 9;
+    std::string lastFont;
+    std::string lastText;
+};
+
+// Records what is drawn on it, one line of text per call.
+struct RecordingSurface : QTDSurface {
+    RecordingSurface() {
+        textHandler = measure = new FixedText();
+        width = 640;
+        height = 480;
+    }
+    void line(int x1, int y1, int x2, int y2, QTD::RgbColor* c, int w, int) override {
+        calls.push_back(fmt("line %d %d %d %d w%d c%06x", x1, y1, x2, y2, w, unsigned(*c)));
+    }
+    void rect(int x, int y, int w, int h, QTD::RgbColor* c, int width, int) override {
+        calls.push_back(fmt("rect %d %d %d %d w%d c%06x", x, y, w, h, width, unsigned(*c)));
+    }
+    void fillRect(int x, int y, int w, int h, QTD::RgbColor* c) override {
+        calls.push_back(fmt("fill %d %d %d %d c%06x", x, y, w, h, unsigned(*c)));
+    }
+    void text(char const* t, int x, int y, ATTR font, QTD::RgbColor* c) override {
+        calls.push_back(
+            fmt("text %s %d %d %s c%06x o%d", t, x, y, font.c_str(), unsigned(*c), c->opacity));
+    }
+    template <typename... A> static std::string fmt(char const* f, A... a) {
+        char buffer[256];
+        std::snprintf(buffer, sizeof(buffer), f, a...);
+        return buffer;
+    }
+    FixedText* measure;
+    std::vector<std::string> calls;
+};
+
+PROPERTIES bagOf(std::vector<std::pair<char const*, char const*>> rows) {
+    PROPERTIES bag;
+    for (auto& row : rows)
+        bag.set(row.first, row.second, true);
+    return bag;
+}
+
+// Places a text by `rule` in a 640 x 480 area over an image at (ix, iy, iw, ih); returns x, y.
+std::pair<int, int> place(int rule, bool adjust, QTD::TRECT<double> image = {0, 0, 640, 480}) {
+    RecordingSurface surface;
+    surface.area = image;
+    DrawObjects objects(nullptr);
+    objects.surface(&surface);
+    PROPERTIES props = bagOf({{"adjust", adjust ? "1" : "0"}});
+    ATTR id;
+    objects.placeText(id, rule, "status", &props);
+    PROPERTIES* object = objects.find(id, true);
+    return {object->getAs<int>("x"), object->getAs<int>("y")};
+}
+
+} // namespace
+
+TEST(DrawObjects, GeneratedIdsCountUpWrapAndAreWrittenBack) {
+    DrawObjects objects;
+    ATTR first;
+    ATTR second;
+    EXPECT_TRUE(objects.setText(first, 1, 2, "a", nullptr));
+    EXPECT_TRUE(objects.setText(second, 1, 2, "b", nullptr));
+    char suffix[32];
+    std::snprintf(suffix, sizeof(suffix), "@%p", static_cast<void*>(&objects));
+    EXPECT_EQ(first, ATTR("01001") + suffix);
+    EXPECT_EQ(second, ATTR("01002") + suffix);
+    EXPECT_EQ(objects.count(), 2);
+
+    // Passing the filled id back replaces the object as a whole.
+    PROPERTIES extra = bagOf({{"text.clr", "255"}});
+    EXPECT_TRUE(objects.setText(first, 5, 6, "c", &extra));
+    EXPECT_EQ(objects.count(), 2);
+    EXPECT_EQ(objects.find(first, true)->get("text"), "c");
+    EXPECT_TRUE(objects.setText(first, 5, 6, "d", nullptr));
+    EXPECT_FALSE(objects.find(first, true)->find("text.clr"));
+
+    objects.lastID = 999999;
+    ATTR wrapped;
+    objects.verifyID(wrapped);
+    EXPECT_EQ(wrapped, ATTR("00001") + suffix);
+    ATTR given("mine");
+    EXPECT_EQ(objects.verifyID(given), "mine");
+}
+
+TEST(DrawObjects, RemoveConditionsOfTheSetOperations) {
+    DrawObjects objects;
+    ATTR none;
+    EXPECT_FALSE(objects.placeText(none, 1, nullptr, nullptr));
+    EXPECT_TRUE(none.empty());
+    EXPECT_EQ(objects.count(), 0);
+
+    ATTR line;
+    EXPECT_TRUE(objects.setLine(line, -1, -1, -1, 0, nullptr));
+    EXPECT_TRUE(objects.isExist(line, "line"));
+    EXPECT_TRUE(objects.setLine(line, -1, -1, -1, -1, nullptr));
+    EXPECT_FALSE(objects.isExist(line, ""));
+    EXPECT_FALSE(objects.setLine(line, -1, -1, -1, -1, nullptr));
+
+    ATTR marker;
+    EXPECT_TRUE(objects.setMarker(marker, -1, 3, nullptr));
+    EXPECT_TRUE(objects.isExist(marker, "marker"));
+    EXPECT_FALSE(objects.isExist(marker, "text"));
+    EXPECT_TRUE(objects.setMarker(marker, -1, -1, nullptr));
+    EXPECT_FALSE(objects.isExist(marker, ""));
+
+    ATTR rect;
+    QTD::TRECT<int> r{1, 2, 3, 4};
+    EXPECT_TRUE(objects.setRect(rect, &r, nullptr));
+    EXPECT_TRUE(objects.setRect(rect, nullptr, nullptr));
+    ATTR text;
+    EXPECT_TRUE(objects.setText(text, 0, 0, "x", nullptr));
+    EXPECT_TRUE(objects.setText(text, 0, 0, nullptr, nullptr));
+    EXPECT_EQ(objects.count(), 0);
+
+    // Unknown ids are nothing to delete or update.
+    EXPECT_FALSE(objects.del("nosuch"));
+    PROPERTIES bag;
+    objects.update("nosuch", bag);
+    EXPECT_EQ(objects.count(), 0);
+}
+
+TEST(DrawObjects, AddObjectKeepsOrReplacesByFlag) {
+    DrawObjects objects;
+    PROPERTIES a = bagOf({{"objectID", "k"}, {"type", "rect"}, {"x", "1"}});
+    PROPERTIES b = bagOf({{"objectID", "k"}, {"type", "rect"}, {"x", "2"}});
+    EXPECT_TRUE(objects.addObject(a, false, true));
+    EXPECT_FALSE(objects.addObject(b, false, true));
+    EXPECT_EQ(objects.find("k", true)->get("x"), "1");
+    EXPECT_TRUE(objects.addObject(b, true, true));
+    EXPECT_EQ(objects.find("k", true)->get("x"), "2");
+    PROPERTIES noId = bagOf({{"type", "rect"}});
+    EXPECT_FALSE(objects.addObject(noId, true, true));
+    EXPECT_EQ(objects.count(), 1);
+
+    PROPERTIES change = bagOf({{"x", "7"}});
+    objects.update("k", change);
+    EXPECT_EQ(objects.find("k", true)->get("x"), "7");
+    EXPECT_EQ(objects.find("k", true)->get("type"), "rect");
+}
+
+TEST(DrawObjects, PlacementRoundsSizesAndFollowsTheTable) {
+    RecordingSurface surface;
+    surface.area = {0, 0, 640, 480};
+    DrawObjects objects;
+    objects.surface(&surface);
+    ATTR id;
+    ASSERT_TRUE(objects.placeText(id, 1, "status", nullptr));
+    PROPERTIES* text = objects.find(id, true);
+    EXPECT_EQ(text->get("w"), "24");
+    EXPECT_EQ(text->get("h"), "10");
+    EXPECT_EQ(text->get("x"), "4");
+    EXPECT_EQ(text->get("y"), "2");
+    EXPECT_EQ(text->get("placement"), "1");
+    EXPECT_EQ(surface.measure->lastFont, "default");
+
+    // Steps of 8 and 2, rounding half away from zero, not always to the next multiple.
+    struct Size {
+        int tw, th, w, h;
+    } sizes[] = {{8, 9, 16, 10}, {1, 0, 8, 2}, {0, 0, 8, 2}, {9, 10, 16, 12}, {17, 1, 24, 2}};
+    for (auto& s : sizes) {
+        surface.measure->w = s.tw;
+        surface.measure->h = s.th;
+        objects.updatePlacement(nullptr, true);
+        EXPECT_EQ(text->getAs<int>("w"), s.w) << s.tw;
+        EXPECT_EQ(text->getAs<int>("h"), s.h) << s.th;
+    }
+
+    // w 24, h 10 again; y before subtracting h: rules 1, 4, 9 at h + 2, 2, 3, 7 at ah - 2.
+    surface.measure->w = 20;
+    surface.measure->h = 9;
+    EXPECT_EQ(place(1, false), std::make_pair(4, 2));
+    EXPECT_EQ(place(2, false), std::make_pair(4, 468));
+    EXPECT_EQ(place(3, false), std::make_pair(612, 468));
+    EXPECT_EQ(place(4, false), std::make_pair(612, 2));
+    EXPECT_EQ(place(5, false), std::make_pair(308, 225));
+    EXPECT_EQ(place(7, false), std::make_pair(308, 468));
+    EXPECT_EQ(place(9, false), std::make_pair(308, 2));
+}
+
+TEST(DrawObjects, AdjustKeepsBottomTextsInsideAShortImage) {
+    // The image ends at 300: m = 298, so y = 298 - 10.
+    QTD::TRECT<double> shortImage{0, 50, 640, 250};
+    EXPECT_EQ(place(3, true, shortImage), std::make_pair(612, 288));
+    EXPECT_EQ(place(2, true, shortImage), std::make_pair(4, 288));
+    EXPECT_EQ(place(7, true, shortImage), std::make_pair(308, 288));
+    EXPECT_EQ(place(3, false, shortImage), std::make_pair(612, 468));
+    // The top rules need a negative origin to move, which a window never gives.
+    EXPECT_EQ(place(1, true, shortImage), std::make_pair(4, 2));
+}
+
+TEST(DrawObjects, NegativeAreaOriginMovesAdjustedTexts) {
+    RecordingSurface surface;
+    surface.area = {0, 0, 640, 480};
+    DrawObjects objects;
+    objects.surface(&surface);
+    objects.resize(-10, -20, 640, 480);
+    PROPERTIES adjust = bagOf({{"adjust", "1"}});
+    ATTR one;
+    ATTR four;
+    ATTR nine;
+    objects.placeText(one, 1, "a", &adjust);
+    objects.placeText(four, 4, "a", &adjust);
+    objects.placeText(nine, 9, "a", nullptr);
+    EXPECT_EQ(objects.find(one, true)->get("x"), "14");
+    EXPECT_EQ(objects.find(one, true)->get("y"), "22");
+    // x - (aw + ax) = 612 - 630.
+    EXPECT_EQ(objects.find(four, true)->get("x"), "-18");
+    EXPECT_EQ(objects.find(nine, true)->get("x"), "318");
+    EXPECT_EQ(objects.find(nine, true)->get("y"), "22");
+}
+
+TEST(DrawObjects, NonRulesMeasureButKeepTheirPosition) {
+    RecordingSurface surface;
+    DrawObjects objects;
+    objects.surface(&surface);
+    PROPERTIES at = bagOf({{"x", "33"}, {"y", "44"}});
+    ATTR six;
+    objects.placeText(six, 6, "a", &at);
+    PROPERTIES* text = objects.find(six, true);
+    EXPECT_EQ(text->get("w"), "24");
+    EXPECT_EQ(text->get("x"), "33");
+    EXPECT_EQ(text->get("y"), "44");
+    int x = 0;
+    int y = 0;
+    EXPECT_TRUE(objects.recalcPlacementFor(text, &x, &y));
+    EXPECT_EQ(x, 33);
+    EXPECT_EQ(y, 44);
+    EXPECT_FALSE(objects.recalcPlacementFor(nullptr, &x, &y));
+
+    // Without a surface nothing is measured.
+    DrawObjects bare;
+    ATTR id;
+    bare.placeText(id, 1, "a", nullptr);
+    EXPECT_FALSE(bare.find(id, true)->find("w"));
+}
+
+TEST(DrawObjects, PlacementFollowsResizeAndExpandsTemplates) {
+    RecordingSurface surface;
+    surface.area = {0, 0, 640, 480};
+    DrawObjects objects;
+    objects.surface(&surface);
+    ATTR id;
+    objects.placeText(id, 3, "a${br}b", nullptr);
+    EXPECT_EQ(surface.measure->lastText, "a\nb");
+    objects.resize(0, 0, 320, 240);
+    EXPECT_EQ(objects.find(id, true)->get("x"), "292");
+    EXPECT_EQ(objects.find(id, true)->get("y"), "228");
+}
+
+TEST(DrawObjects, RenderDrawsByTypeInIdOrderWithCarriedStyle) {
+    RecordingSurface surface;
+    DrawObjects objects;
+    objects.surface(&surface);
+    PROPERTIES red = bagOf({{"line.clr", "255"}, {"line.width", "3"}});
+    PROPERTIES withActive = bagOf({{"line.actclr", "65280"}});
+    PROPERTIES back = bagOf({{"back.mode", "1"}, {"w", "24"}, {"h", "10"}, {"text.clr", "16"}});
+    QTD::TRECT<int> r{10, 20, 30, 40};
+    ATTR a;
+    ATTR b;
+    ATTR c;
+    ATTR d;
+    ATTR e;
+    objects.setRect(a, &r, &red);
+    objects.setLine(b, 1, 2, 3, 4, &withActive);
+    objects.setLine(c, 5, 6, 7, 8, nullptr);
+    objects.setText(d, 50, 60, "hi", &back);
+    objects.setMarker(e, 1, 1, nullptr);
+    objects.render(nullptr, nullptr);
+    std::vector<std::string> expected = {
+        "rect 10 20 30 40 w3 c0000ff",      "line 1 2 3 4 w1 c00ff00", "rect 2 3 2 2 w1 c00ff00",
+        "line 5 6 7 8 w1 c000000",          "rect 6 7 2 2 w1 c000000", "fill 48 50 28 10 cffffff",
+        "text hi 50 60 default c000010 o1",
+    };
+    EXPECT_EQ(surface.calls, expected);
+
+    // The active colour carries over from the first line to any later one made active.
+    surface.calls.clear();
+    objects.setActiveLine(1);
+    objects.render(nullptr, nullptr);
+    EXPECT_EQ(surface.calls[1], "line 1 2 3 4 w1 c000000");
+    EXPECT_EQ(surface.calls[3], "line 5 6 7 8 w1 c00ff00");
+    // An index no line has draws every line in its own colour.
+    surface.calls.clear();
+    objects.setActiveLine(5);
+    objects.render(nullptr, nullptr);
+    EXPECT_EQ(surface.calls[1], "line 1 2 3 4 w1 c000000");
+}
+
+TEST(DrawObjects, RenderSurvivesBadInput) {
+    RecordingSurface surface;
+    DrawObjects objects;
+    // No surface: nothing to draw on.
+    ATTR id;
+    objects.setText(id, 1, 1, "", nullptr);
+    objects.render(nullptr, nullptr);
+    objects.surface(&surface);
+    PROPERTIES bad = bagOf({{"x", "left"}});
+    ATTR broken;
+    objects.setText(broken, 0, 0, "x", nullptr);
+    objects.update(broken, bad);
+    PROPERTIES depth = bagOf({{"color.depth", "deep"}});
+    objects.render(nullptr, &depth);
+    // The empty text draws; the broken one is skipped.
+    ASSERT_EQ(surface.calls.size(), 1u);
+    EXPECT_EQ(surface.calls[0], "text  1 1 default c000000 o1");
+    // A text without size has a background 4 wide and 0 high.
+    surface.calls.clear();
+    objects.del(broken);
+    PROPERTIES grey = bagOf({{"back.mode", "3"}});
+    objects.setText(id, 1, 1, "", &grey);
+    objects.render(nullptr, nullptr);
+    EXPECT_EQ(surface.calls[0], "fill 0 1 4 0 c808080");
+}
+
+TEST(DrawObjects, ShutForgetsSurfaceParserAndObjects) {
+    RecordingSurface surface;
+    DrawObjects objects(&surface);
+    ASSERT_NE(objects.parser(), nullptr);
+    EXPECT_EQ(objects.parser()->name, "QTDImageParser");
+    ATTR id;
+    objects.setText(id, 1, 1, "a", nullptr);
+    objects.shut();
+    EXPECT_EQ(objects.count(), 0);
+    EXPECT_EQ(objects.surface(), nullptr);
+    EXPECT_EQ(objects.parser(), nullptr);
+    // A foreign parser is the caller's to free.
+    QTD::TextParser own;
+    objects.parser(&own);
+    objects.parser(nullptr);
+    EXPECT_EQ(objects.idAt(0), "");
+    EXPECT_EQ(objects.at(3), nullptr);
+}
