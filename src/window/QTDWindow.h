@@ -14,7 +14,9 @@
 #include <QWindow>
 
 #include <atomic>
+#include <map>
 #include <mutex>
+#include <string>
 #include <vector>
 
 class QScrollBar;
@@ -109,6 +111,17 @@ public:
     int32_t notificationFlags = 5;
     bool moveBlock = false;
 
+    // Input state. Where the button went down: window pixels for the left button, global
+    // pixels for the right one.
+    int32_t pressX = 0;
+    int32_t pressY = 0;
+    // 0 idle, 1 panning, 2 rubber band; 4 is honoured by the handlers but set by none.
+    int32_t inputMode = 0;
+    // The window holds the mouse grab for a pan.
+    bool mouseGrabbed = false;
+    // The right button is down and no rubber band has begun.
+    bool rightDown = false;
+
 protected:
     bool event(QEvent* event) override;
     void exposeEvent(QExposeEvent* event) override;
@@ -125,6 +138,12 @@ private:
     // Walks `inputs` under `inputMutex` until one processor handles the event; a handled event
     // asks for a frame.
     template <typename Call> void dispatch(Call call);
+    // The "notification.mouse" entries for a press or release at window (x, y); a right click
+    // also carries the global position and the image position rounded.
+    std::map<std::string, std::string> buttonNotification(char const* code, int x, int y,
+                                                          bool left);
+    // Ends the navigator's band and zooms to it if it asks for that.
+    void applyBand();
 
     QTD::Messenger* messengerRef = nullptr;
 };
