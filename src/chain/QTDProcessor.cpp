@@ -18,16 +18,14 @@ template <class Kind> BrxImgProcessor* create(BrxComponent* parent) {
     return Kind::CreateComponent(parent);
 }
 
-// Factories of the CPU composition. A kind whose stage is not built yet is null here, and is
-// wired in by its own line: create<BrxDisplayCPU::ImageOverlay>. Until then the chain goes
-// without an overlay stage.
+// Factories of the CPU composition.
 using Factory = BrxImgProcessor* (*)(BrxComponent* parent);
 const Factory createYUV2RGB = create<BrxDisplayCPU::YUV2RGB>;
 const Factory createUnpack = create<BrxDisplayCPU::Unpack>;
 const Factory createImage = create<BrxDisplayCPU::Image>;
 const Factory createColorCorrection = create<BrxDisplayCPU::ColorCorrection>;
 const Factory createCpuBayer = create<BrxDisplayCPU::Bayer>;
-const Factory createCpuOverlay = nullptr;
+const Factory createCpuOverlay = create<BrxDisplayCPU::ImageOverlay>;
 
 // A pass is bracketed by the surface's begin and end, so that GPU stages draw into a current
 // context.
@@ -272,8 +270,7 @@ int QTDProcessor::initCPU(BrxImage* input, BrxImage* output) {
     if (composeStep(createColorCorrection, "image.colorcorrection", nullptr, nullptr) != 0) {
         return CodeFailed;
     }
-    if (createCpuOverlay != nullptr &&
-        composeStep(createCpuOverlay, "image.overlay", nullptr, nullptr) != 0) {
+    if (composeStep(createCpuOverlay, "image.overlay", nullptr, nullptr) != 0) {
         return CodeFailed;
     }
     if (composeStep(createImage, "image.output", nullptr, nullptr) != 0) {

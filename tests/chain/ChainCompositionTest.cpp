@@ -32,7 +32,6 @@ Layout layoutOf(QTDProcessor& chain) {
 }
 
 // The CPU composition: what precedes "image.unpacked" depends on the input.
-// ("image.overlay" joins after "image.colorcorrection" once the CPU overlay stage is built.)
 Layout cpuLayout(std::vector<std::string> front) {
     Layout layout;
     for (auto& name : front) {
@@ -40,6 +39,7 @@ Layout cpuLayout(std::vector<std::string> front) {
     }
     layout.emplace_back("image.unpacked", false);
     layout.emplace_back("image.colorcorrection", true);
+    layout.emplace_back("image.overlay", true);
     layout.emplace_back("image.output", true);
     return layout;
 }

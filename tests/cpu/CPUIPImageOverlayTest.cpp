@@ -1,0 +1,222 @@
+// Texts burnt into mono and colour images in place; rectangles are kept but the memory surface
+// draws text only.
+
+#include "cpu/CPUIPImageOverlay.h"
+#include "chain/TestImages.h"
+#include "cpu/MEMSurface.h"
+#include "screen/SurfaceText.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+using namespace QTD::Procs;
+using TestImages::row8;
+
+namespace {
+
+struct Stage {
+    Stage()
+        : stage(static_cast<CPUIPImageOverlay*>(
+              BrxDisplayCPU::ImageOverlay::CreateComponent(nullptr))) {}
+    ~Stage() {
+        stage->Release();
+        BrxDisplayCPU::ImageOverlay::DeleteComponent(stage);
+    }
+    CPUIPImageOverlay* operator->() { return stage; }
+    CPUIPImageOverlay* stage;
+};
+
+TestImages::Image flat(int width, int height, uint32_t type, uint8_t value) {
+    auto image = TestImages::make(width, height, type);
+    std::memset(image->imageData, value, image->imageSize);
+    return image;
+}
+
+std::vector<uint8_t> bytesOf(BrxImage* image) {
+    auto* data = static_cast<uint8_t*>(image->imageData);
+    return std::vector<uint8_t>(data, data + image->imageSize);
+}
+
+struct Box {
+    int x0, y0, x1, y1; // inclusive
+    bool contains(int x, int y) const { return x >= x0 && x <= x1 && y >= y0 && y <= y1; }
+};
+
+// Where the pixels of `image` differ from `before`, as a bounding box; count in `changed`.
+Box changedBox(BrxImage* image, std::vector<uint8_t> const& before, int& changed) {
+    Box box{INT32_MAX, INT32_MAX, -1, -1};
+    changed = 0;
+    const int bytes = int(image->bitsPerPixel / 8);
+    for (int y = 0; y < int(image->height); ++y)
+        for (int x = 0; x < int(image->width); ++x)
+            for (int b = 0; b < bytes; ++b) {
+                const size_t at = size_t(y) * image->stride + size_t(x) * bytes + b;
+                if (before[at] == static_cast<uint8_t*>(image->imageData)[at])
+                    continue;
+                ++changed;
+                box = {std::min(box.x0, x), std::min(box.y0, y), std::max(box.x1, x),
+                       std::max(box.y1, y)};
+            }
+    return box;
+}
+
+} // namespace
+
+TEST(CPUIPImageOverlay, RefusesWhatItCannotDrawOn) {
+    Stage s;
+    EXPECT_EQ(s->name, "image.overlay.cpu");
+    for (uint32_t type : {PixelType::BayerRG8, PixelType::Mono12p, PixelType::YUV422_8_UYVY,
+                          PixelType::TrueSense_BGGR_WBBW_0_8}) {
+        auto input = TestImages::make(8, 2, type);
+        EXPECT_EQ(s->Init(input.get(), nullptr), statusWord(CodeNotSupported)) << std::hex << type;
+    }
+    EXPECT_EQ(s->Init(nullptr, nullptr), statusWord(CodeBadArgument));
+    auto image = flat(8, 4, PixelType::Mono8, 1);
+    EXPECT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), statusWord(CodeNotReady));
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    EXPECT_EQ(s->ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeBadArgument));
+    EXPECT_EQ(s->RunCommand("text.other"), statusWord(CodeUnknownCommand));
+    EXPECT_EQ(s->RunCommand("params.reset"), 0u);
+    // Unknown ids and unreadable numbers are refused, not fatal.
+    s->properties.set("objectID", "nosuch", true);
+    EXPECT_EQ(s->RunCommand("del"), statusWord(CodeFailed));
+    EXPECT_EQ(s->RunCommand("params.apply"), statusWord(CodeFailed));
+    s->properties.set("text.pos.x", "left", true);
+    EXPECT_EQ(s->RunCommand("text.add"), statusWord(CodeBadArgument));
+    CPUIPImageOverlay::Map bad{{"rect.x", "wide"}};
+    EXPECT_FALSE(s->RunCommandParams("cmd.rect.add", &bad));
+    EXPECT_FALSE(s->RunCommandParams("cmd.other", nullptr));
+    EXPECT_FALSE(s->DelOverlayObject(""));
+}
+
+TEST(CPUIPImageOverlay, IdleStagePassesTheInputOnUntouched) {
+    Stage s;
+    auto image = TestImages::makeMono(33, 9, PixelType::Mono8);
+    const auto before = bytesOf(image.get());
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    EXPECT_EQ(s->Format(false), s->Format(true));
+    ASSERT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(s->Output(), image.get());
+    EXPECT_EQ(bytesOf(image.get()), before);
+}
+
+TEST(CPUIPImageOverlay, BurnsTextIntoMonoWhereItWasPut) {
+    Stage s;
+    auto image = flat(80, 40, PixelType::Mono8, 100);
+    const auto before = bytesOf(image.get());
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    s->properties.set("text.text", "HX", true);
+    s->properties.set("text.pos.x", "10", true);
+    s->properties.set("text.pos.y", "12", true);
+    s->properties.set("text.clr", "16777215", true);
+    ASSERT_EQ(s->RunCommand("text.add"), 0u);
+    const QTD::ATTR id = s->properties.get("objectID");
+    EXPECT_FALSE(id.empty());
+
+    // A rectangle is kept as an object, but the memory surface leaves its pixels alone.
+    CPUIPImageOverlay::Map rect{{"rect.x", "50"},
+                                {"rect.y", "2"},
+                                {"rect.w", "20"},
+                                {"rect.h", "30"},
+                                {"line.clr", "16777215"}};
+    ASSERT_TRUE(s->RunCommandParams("cmd.rect.add", &rect));
+    EXPECT_TRUE(s->objects.isExist(rect["objectID"], "rect"));
+
+    ASSERT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(s->Output(), image.get());
+    int w = 0;
+    int h = 0;
+    s->surface->textObject()->calcText("default", "HX", &w, &h);
+    int changed = 0;
+    Box box = changedBox(image.get(), before, changed);
+    EXPECT_GT(changed, 10);
+    // The glyphs hang from row y downward, starting at column x.
+    EXPECT_GE(box.x0, 10);
+    EXPECT_LE(box.x1, 10 + w + 2);
+    EXPECT_GE(box.y0, 12);
+    EXPECT_LE(box.y1, 12 + h + 4);
+    // White blended over grey: only lighter.
+    for (size_t i = 0; i < before.size(); ++i)
+        EXPECT_GE(static_cast<uint8_t*>(image->imageData)[i], before[i]);
+
+    // Deleting the text leaves the next image untouched.
+    auto next = flat(80, 40, PixelType::Mono8, 100);
+    EXPECT_EQ(s->RunCommand("text.del"), 0u);
+    EXPECT_EQ(s->RunCommand("del"), statusWord(CodeFailed));
+    ASSERT_EQ(s->ProcessImage(next.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(bytesOf(next.get()), before);
+}
+
+TEST(CPUIPImageOverlay, BurnsColouredTextIntoRgbAndPlacesByRule) {
+    Stage s;
+    auto image = flat(96, 48, PixelType::RGB8, 90);
+    const auto before = bytesOf(image.get());
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    // Red, placed bottom right by rule 3.
+    CPUIPImageOverlay::Map params{
+        {"text.text", "Ok"}, {"text.pos.x", "3"}, {"text.pos.y", "-1"}, {"text.clr", "255"}};
+    ASSERT_TRUE(s->RunCommandParams("cmd.text.add", &params));
+    QTD::PROPERTIES* text = s->objects.find(params["objectID"], true);
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(text->get("placement"), "3");
+    const int x = text->getAs<int>("x");
+    const int y = text->getAs<int>("y");
+    EXPECT_EQ(x, 96 - (text->getAs<int>("w") + 4));
+    EXPECT_EQ(y, 46 - text->getAs<int>("h"));
+    ASSERT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), 0u);
+    int changed = 0;
+    Box box = changedBox(image.get(), before, changed);
+    EXPECT_GT(changed, 10);
+    EXPECT_GE(box.x0, x);
+    EXPECT_GE(box.y0, y);
+    EXPECT_LT(box.y1, 48);
+    // Every changed pixel moved toward red.
+    for (int py = 0; py < 48; ++py)
+        for (int px = 0; px < 96; ++px) {
+            uint8_t* p = row8(image.get(), py) + px * 3;
+            EXPECT_GE(p[0], 90);
+            EXPECT_LE(p[1], 90);
+            EXPECT_LE(p[2], 90);
+        }
+    EXPECT_TRUE(s->RunCommandParams("cmd.del", &params));
+    EXPECT_FALSE(s->RunCommandParams("cmd.text.del", &params));
+}
+
+TEST(CPUIPImageOverlay, TemplatesReadTheImageBeingDrawn) {
+    Stage literal;
+    Stage templated;
+    auto a = flat(120, 30, PixelType::Mono8, 0);
+    auto b = flat(120, 30, PixelType::Mono8, 0);
+    b->imageID = 42;
+    ASSERT_EQ(literal->Init(a.get(), nullptr), 0u);
+    ASSERT_EQ(templated->Init(b.get(), nullptr), 0u);
+    CPUIPImageOverlay::Map colour{{"text.clr", "16777215"}};
+    EXPECT_FALSE(literal->SetOverlayText("00000042", 2, 4, &colour).empty());
+    EXPECT_FALSE(templated->SetOverlayText("${image.id}", 2, 4, &colour).empty());
+    ASSERT_EQ(literal->ProcessImage(a.get(), nullptr, nullptr), 0u);
+    ASSERT_EQ(templated->ProcessImage(b.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(bytesOf(a.get()), bytesOf(b.get()));
+    EXPECT_NE(bytesOf(a.get()), std::vector<uint8_t>(a->imageSize, 0));
+}
+
+TEST(CPUIPImageOverlay, NewInitStartsEmptyAndKeepsBottomUpFormats) {
+    Stage s;
+    auto image = flat(16, 8, PixelType::Mono8, 0);
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    CPUIPImageOverlay::Map none;
+    EXPECT_FALSE(s->SetOverlayText("a", 1, 1, &none).empty());
+    EXPECT_FALSE(s->SetOverlayRect(1, 1, 2, 2, nullptr).empty());
+    EXPECT_EQ(s->objects.count(), 2);
+    auto upside = flat(16, 8, PixelType::RGB8, 0);
+    upside->orientation = 1;
+    ASSERT_EQ(s->Init(upside.get(), nullptr), 0u);
+    EXPECT_EQ(s->objects.count(), 0);
+    EXPECT_EQ(s->Format(true)->orientation, 1u);
+    EXPECT_EQ(s->Format(true)->height, 8u);
+    // An image record without pixels is refused at the frame.
+    BrxImage empty = *upside;
+    empty.imageData = nullptr;
+    EXPECT_EQ(s->ProcessImage(&empty, nullptr, nullptr), statusWord(CodeBadArgument));
+}
