@@ -3,6 +3,7 @@
 #include "core/Messenger.h"
 #include "cpu/CPUScreen.h"
 #include "cpu/CPUSurface.h"
+#include "image/TextParser.h"
 #include "screen/QTDScreen.h"
 #include "screen/QTDSurface.h"
 #include "window/QTDZoom.h"
@@ -21,7 +22,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
+#include <exception>
 
 namespace {
 
@@ -71,7 +74,7 @@ bool QTDWindow::init() {
             screen = new CPUScreen(surface);
         if (!screen || !screen->init(this, 0, 0, QTDScreen::FitActual))
             status = 1;
-        // The overlay objects bind to the surface here once they exist.
+        drawObjects.surface(surface);
         insertInputProcessor(this, nullptr);
         insertInputProcessor(zoomView, nullptr);
     }
@@ -90,6 +93,8 @@ bool QTDWindow::shut() {
     // The chain must not keep what is about to go, nor the window twice after a new init.
     removeInputProcessor(zoomView);
     removeInputProcessor(this);
+    // Overlays placed after this measure nothing rather than a freed surface.
+    drawObjects.surface(nullptr);
     // The surface goes first although the screen refers to it: the screen's destructor leaves
     // it alone.
     delete surface;
@@ -129,7 +134,10 @@ void QTDWindow::render() {
         log.debug("QTDWindow::render(): image is drawn, sys timestamp %ld ns, id %lu", ns,
                   idOf(current));
         screen->prepare(&frame);
-        // The overlay objects draw here, over the image, once they exist.
+        // Text templates read the image of this frame.
+        if (QTD::TextParser* parser = drawObjects.parser())
+            parser->vars.set("image", QTD::ATTR(static_cast<void*>(current)), true);
+        drawObjects.render(surface, &frame);
     }
     screen->end(&frame, true);
 }
@@ -160,7 +168,8 @@ void QTDWindow::resize(int width, int height) {
     if (!isValid())
         return;
     screen->window(width, height);
-    // The overlay objects take the new surface size here once they exist.
+    drawObjects.surface(surface);
+    drawObjects.resize(0, 0, width, height);
     // A new size that leaves centre and scale alone is no view change to the screen, yet the
     // bars' range and page follow the window's size.
     updateScrollParameters(3);
@@ -574,7 +583,7 @@ void QTDWindow::global2window(QTD::TPAIR<int>& point) {
 
 bool QTDWindow::processCommand(QTD::ATTR command, QTD::PROPERTIES* props) {
     if (command.same("view.changed")) {
-        // The overlay objects given in image coordinates are placed again here once they exist.
+        refreshOverlays();
         {
             std::lock_guard<std::recursive_mutex> holdState(stateMutex);
             if (messengerRef && (notificationFlags & 1)) {
@@ -613,24 +622,206 @@ void QTDWindow::setProperty(QTD::ATTR key, QTD::ATTR value, bool replace) {
     properties.set(key, value, replace);
 }
 
-// Overlay objects: nothing is stored until the overlay list joins the window.
-QTD::ATTR QTDWindow::setOverlayText(char*, int, int, QTD::PROPERTIES&) {
-    return QTD::ATTR();
+namespace {
+
+int roundHalfAway(double v) {
+    if (std::isnan(v))
+        return 0;
+    double r = v < 0 ? v - 0.5 : v + 0.5;
+    if (r >= 2147483647.0)
+        return INT_MAX;
+    if (r <= -2147483648.0)
+        return INT_MIN;
+    return static_cast<int>(r);
 }
 
-QTD::ATTR QTDWindow::setOverlayRect(int, int, int, int, QTD::PROPERTIES&) {
-    return QTD::ATTR();
+bool isWin(QTD::ATTR const& cs) {
+    return cs.same("win", true);
 }
 
-QTD::ATTR QTDWindow::setOverlayProfileLine(int, int, int, int, QTD::PROPERTIES&) {
-    return QTD::ATTR();
+} // namespace
+
+QTD::ATTR QTDWindow::setOverlayText(char* text, int x, int y, QTD::PROPERTIES& props) {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    if (!text || !*text)
+        return QTD::ATTR();
+    QTD::PROPERTIES bag(props);
+    bag.set("x.cs", QTD::ATTR(x), true);
+    bag.set("y.cs", QTD::ATTR(y), true);
+    QTD::ATTR id = bag.get("objectID");
+    // A negative y asks for placement by the rule in x, whatever the coordinate system.
+    if (y < 0) {
+        drawObjects.placeText(id, x, text, &bag);
+        return id;
+    }
+    QTD::ATTR cs = bag.get("cs", "win");
+    if (!isWin(cs) && screen) {
+        double fx = bag.getAs<double>("x.cs");
+        double fy = bag.getAs<double>("y.cs");
+        screen->translate(&fx, &fy, cs, "win", true, false);
+        x = roundHalfAway(fx);
+        y = roundHalfAway(fy);
+        bag.set("x", QTD::ATTR(x), true);
+        bag.set("y", QTD::ATTR(y), true);
+    }
+    drawObjects.setText(id, x, y, text, &bag);
+    return id;
 }
 
-void QTDWindow::deleteLine(int) {}
+bool QTDWindow::translateRect(QTD::ATTR const& cs, double& x, double& y, double& w, double& h,
+                              bool adjust) {
+    if (!screen)
+        return false;
+    screen->translate(&x, &y, cs, "win", true, false);
+    screen->translate(&w, &h, cs, "win", false, true);
+    // The far edge stays where it was: the position's rounding goes into the size.
+    w += x - roundHalfAway(x);
+    h += y - roundHalfAway(y);
+    if (adjust) {
+        QTD::TPAIR<double> pos{x, y};
+        QTD::TPAIR<double> size{w, h};
+        screen->adjustOverlay(&pos, &size);
+        x = pos.x;
+        y = pos.y;
+        w = size.x;
+        h = size.y;
+    }
+    return true;
+}
 
-void QTDWindow::activeLine(int) {}
+QTD::ATTR QTDWindow::setOverlayRect(int x, int y, int w, int h, QTD::PROPERTIES& props) {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    QTD::PROPERTIES bag(props);
+    QTD::ATTR cs = bag.get("cs", "win");
+    bag.set("x.cs", QTD::ATTR(x), true);
+    bag.set("y.cs", QTD::ATTR(y), true);
+    bag.set("w.cs", QTD::ATTR(w), true);
+    bag.set("h.cs", QTD::ATTR(h), true);
+    bag.set("cs", cs, true);
+    QTD::TRECT<int> rect{x, y, w, h};
+    if (!isWin(cs)) {
+        double fx = x;
+        double fy = y;
+        double fw = w;
+        double fh = h;
+        if (translateRect(cs, fx, fy, fw, fh, bag.getAs<int>("adjust", "0") != 0))
+            rect = {roundHalfAway(fx), roundHalfAway(fy), roundHalfAway(fw), roundHalfAway(fh)};
+    }
+    QTD::ATTR id = bag.get("objectID");
+    drawObjects.setRect(id, &rect, &bag);
+    if (props.getAs<int>("update", "0") != 0)
+        update();
+    return id;
+}
 
-void QTDWindow::clearLines() {}
+QTD::ATTR QTDWindow::setOverlayProfileLine(int x0, int y0, int x1, int y1, QTD::PROPERTIES& props) {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    QTD::PROPERTIES bag(props);
+    QTD::ATTR cs = bag.get("cs", "win");
+    bag.set("x0.cs", QTD::ATTR(x0), true);
+    bag.set("y0.cs", QTD::ATTR(y0), true);
+    bag.set("x1.cs", QTD::ATTR(x1), true);
+    bag.set("y1.cs", QTD::ATTR(y1), true);
+    bag.set("cs", cs, true);
+    // "adjust" has no meaning for lines.
+    if (!isWin(cs) && screen) {
+        double p[4] = {double(x0), double(y0), double(x1), double(y1)};
+        screen->translate(&p[0], &p[1], cs, "win", true, false);
+        screen->translate(&p[2], &p[3], cs, "win", true, false);
+        x0 = roundHalfAway(p[0]);
+        y0 = roundHalfAway(p[1]);
+        x1 = roundHalfAway(p[2]);
+        y1 = roundHalfAway(p[3]);
+    }
+    QTD::ATTR id = bag.get("objectID");
+    drawObjects.setLine(id, x0, y0, x1, y1, &bag);
+    if (props.getAs<int>("update", "0") != 0)
+        update();
+    return id;
+}
+
+// Line indices here count from the last line in id order, while the active line counts from the
+// first: callers depend on both directions.
+void QTDWindow::deleteLine(int index) {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    int found = 0;
+    for (int i = drawObjects.count() - 1; i >= 0; --i) {
+        QTD::PROPERTIES* object = drawObjects.at(i);
+        if (!object || !object->get("type").same("line"))
+            continue;
+        if (found++ == index) {
+            drawObjects.del(drawObjects.idAt(i));
+            return;
+        }
+    }
+}
+
+void QTDWindow::activeLine(int index) {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    drawObjects.setActiveLine(index);
+}
+
+void QTDWindow::clearLines() {
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    for (int i = drawObjects.count() - 1; i >= 0; --i) {
+        QTD::PROPERTIES* object = drawObjects.at(i);
+        if (object && object->get("type").same("line"))
+            drawObjects.del(drawObjects.idAt(i));
+    }
+}
+
+void QTDWindow::refreshOverlays() {
+    if (!screen)
+        return;
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
+    int last = drawObjects.count() - 1;
+    for (int i = last; i >= 0; --i) {
+        QTD::PROPERTIES* object = drawObjects.at(i);
+        if (!object)
+            continue;
+        // An object whose kept coordinates do not read stays where it is.
+        try {
+            QTD::ATTR cs = object->get("cs", "win");
+            if (!isWin(cs)) {
+                if (!object->get("type").same("line")) {
+                    double x = object->getAs<double>("x.cs");
+                    double y = object->getAs<double>("y.cs");
+                    double w = object->getAs<double>("w.cs");
+                    double h = object->getAs<double>("h.cs");
+                    if (std::fabs(w) < 0.0000001) {
+                        screen->translate(&x, &y, cs, "win", true, false);
+                        object->set("x", QTD::ATTR(roundHalfAway(x)), true);
+                        object->set("y", QTD::ATTR(roundHalfAway(y)), true);
+                    } else {
+                        // Unlike setOverlayRect no clip: it holds only until the view changes.
+                        translateRect(cs, x, y, w, h, false);
+                        object->set("x", QTD::ATTR(roundHalfAway(x)), true);
+                        object->set("y", QTD::ATTR(roundHalfAway(y)), true);
+                        object->set("w", QTD::ATTR(roundHalfAway(w)), true);
+                        object->set("h", QTD::ATTR(roundHalfAway(h)), true);
+                    }
+                } else {
+                    double p[4] = {object->getAs<double>("x0.cs"), object->getAs<double>("y0.cs"),
+                                   object->getAs<double>("x1.cs"), object->getAs<double>("y1.cs")};
+                    screen->translate(&p[0], &p[1], cs, "win", true, false);
+                    screen->translate(&p[2], &p[3], cs, "win", true, false);
+                    QTD::ATTR id = object->get("objectID");
+                    drawObjects.setLine(id, roundHalfAway(p[0]), roundHalfAway(p[1]),
+                                        roundHalfAway(p[2]), roundHalfAway(p[3]), object);
+                    // The line was replaced; the lookup again takes the last object of the
+                    // list, not this one, as it always has. Lines carry no placement, so this
+                    // shows nowhere.
+                    object = drawObjects.at(last);
+                    if (!object)
+                        continue;
+                }
+            }
+            if (object->getAs<int>("placement", "0") != 0)
+                drawObjects.updatePlacement(object, true);
+        } catch (std::exception const&) {
+        }
+    }
+}
 
 void QTDWindow::setScroll(int x, int y) {
     if (!horzBar || !vertBar)

@@ -6,6 +6,7 @@
 #include "core/PROPERTIES.h"
 #include "image/TPAIR.h"
 #include "image/TRECT.h"
+#include "screen/DrawObjects.h"
 #include "window/KeyboardCommand.h"
 #include "window/QTDInput.h"
 
@@ -98,6 +99,9 @@ public:
     std::atomic<BrxImage*> image{nullptr};
     // 0 while creation goes well, 1 once a step of init failed.
     int32_t status = 0;
+    // What is drawn over the image. Objects keep the coordinates they were given ("*.cs" in
+    // their "cs") and are converted to window pixels again after every view change.
+    QTD::DrawObjects drawObjects;
     // The widget that maps coordinates.
     QWidget* parent;
     std::vector<QTDInput*> inputs;
@@ -138,6 +142,12 @@ private:
     // Walks `inputs` under `inputMutex` until one processor handles the event; a handled event
     // asks for a frame.
     template <typename Call> void dispatch(Call call);
+    // Converts the overlays kept in other coordinate systems to window pixels again.
+    void refreshOverlays();
+    // A rectangle from `cs` to window pixels, the position's rounding moved into the size;
+    // false without a screen.
+    bool translateRect(QTD::ATTR const& cs, double& x, double& y, double& w, double& h,
+                       bool adjust);
     // The "notification.mouse" entries for a press or release at window (x, y); a right click
     // also carries the global position and the image position rounded.
     std::map<std::string, std::string> buttonNotification(char const* code, int x, int y,
