@@ -125,7 +125,7 @@ QTDZoom& QTDZoom::endTrack(QTD::TRECT<int>* rect) {
         trackPosition(rect);
         draw(&band);
     }
-    // The overlay rectangle `overlayID` leaves the window's overlay list here.
+    window->drawObjects.del(overlayID);
     window->setMouseGrabEnabled(false);
     window->setCursor(QCursor(Qt::ArrowCursor));
     window->update();

@@ -229,7 +229,19 @@ TEST_F(InputWindow, RightDragPastFourPixelsZoomsToTheBand) {
     EXPECT_EQ(window.zoomView->band.width, 80);
     EXPECT_EQ(window.zoomView->band.height, 60);
 
+    // The overlay trails the band by one step, in window pixels, under the navigator's id.
+    EXPECT_EQ(window.drawObjects.find(window.zoomView->overlayID, true)->get("w"), "0");
+    dragTo(180, 160);
+    QTD::PROPERTIES* shown = window.drawObjects.find(window.zoomView->overlayID, true);
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->get("x"), "100");
+    EXPECT_EQ(shown->get("y"), "100");
+    EXPECT_EQ(shown->get("w"), "80");
+    EXPECT_EQ(shown->get("h"), "60");
+    EXPECT_EQ(shown->get("line.clr"), "32768");
+
     release(Qt::RightButton, 180, 160);
+    EXPECT_EQ(window.drawObjects.find(window.zoomView->overlayID, true), nullptr);
     EXPECT_FALSE(window.zoomView->isTracking());
     EXPECT_EQ(window.inputMode, 0);
     EXPECT_EQ(window.cursor().shape(), Qt::ArrowCursor);
