@@ -400,3 +400,25 @@ TEST(DisplayFlow, StrictFollowsTheSurfaceAboveTwelveMegapixels) {
     ASSERT_EQ(d.Init(above.get()), 0u);
     EXPECT_EQ(d.properties.get("strict"), "0");
 }
+
+TEST(DisplayFlow, InitFromAnotherThreadWaitsForTheControllersThread) {
+    auto widget = host();
+    QTDDisplay d(widget.get(), false);
+    auto format = make(W, H, PT::Mono8);
+    std::atomic<bool> finished{false};
+    std::atomic<uint32_t> result{1};
+    std::thread caller([&] {
+        result = d.Init(format.get());
+        finished = true;
+    });
+    // Nothing is built until this thread runs its events.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(finished);
+    EXPECT_EQ(d.viewer, nullptr);
+    ASSERT_TRUE(pumpUntil([&] { return finished.load(); }));
+    caller.join();
+    EXPECT_EQ(result, 0u);
+    ASSERT_NE(d.viewer, nullptr);
+    EXPECT_EQ(d.viewer->thread(), widget->thread());
+    EXPECT_NE(d.chain, nullptr);
+}
