@@ -7,6 +7,7 @@
 #include "core/ParamsHelper.h"
 #include "core/Thread.h"
 #include "image/QTDImageHelpers.h"
+#include "screen/DrawObjects.h"
 #include "screen/QTDScreen.h"
 #include "screen/QTDSurface.h"
 #include "window/QTDViewer.h"
@@ -1072,11 +1073,16 @@ QTD::ATTR QTDDisplay::SetOverlayProfileLine(int x0, int y0, int x1, int y1, Map*
 }
 
 bool QTDDisplay::DelOverlayObject(const char* id) {
-    (void)id;
     std::lock_guard<std::recursive_mutex> setup(setupLock);
-    // Deleting looks the object up among the window's draw objects, which come with the
-    // overlay work; until then there is nothing to find.
-    return false;
+    if (!showing()) {
+        return false;
+    }
+    QTD::DrawObjects& objects = getWindow()->drawObjects;
+    const bool exists = objects.isExist(ATTR(id), ATTR());
+    if (exists && objects.del(ATTR(id))) {
+        viewer->redraw(true);
+    }
+    return exists;
 }
 
 int QTDDisplay::getProfileLines(int** lines) {

@@ -342,6 +342,16 @@ TEST(DisplayFlow, StatusTexts) {
         "% at=" + std::string(QTD::ATTR::format("%.2f;%.2f", screen->centerX, screen->centerY));
     EXPECT_TRUE(std::regex_match(text, std::regex(expected))) << text;
 
+    // The line is an overlay object of the window, gone when the status is switched off.
+    EXPECT_TRUE(d.getWindow()->drawObjects.isExist("@status", ""));
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.status", nullptr), 1);
+    EXPECT_FALSE(d.getWindow()->drawObjects.isExist("@status", ""));
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.status", nullptr), 1);
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.info", nullptr), 1);
+    EXPECT_TRUE(d.getWindow()->drawObjects.isExist("@info", ""));
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.info", nullptr), 1);
+    EXPECT_FALSE(d.getWindow()->drawObjects.isExist("@info", ""));
+
     // Without chain and image the fields say so.
     d.Release();
     d.updateStatus();
