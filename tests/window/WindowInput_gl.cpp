@@ -11,7 +11,6 @@
 #include <QPixmap>
 #include <QScreen>
 #include <QThread>
-#include <QWheelEvent>
 #include <QWidget>
 #include <QtTest/QTest>
 
@@ -142,34 +141,6 @@ TEST_F(InputOnScreen, RightDragShowsTheBandAndZoomsToIt) {
     for (int x = 10; x < window->width() - 10; x += 7)
         ASSERT_NE(shot.pixelColor(x, window->height() / 2), QColor(0, 128, 0))
             << "the band is gone";
-}
-
-TEST_F(InputOnScreen, DoubleClickWheelAndKeysSteerTheView) {
-    QPoint p(300, 200);
-    QPoint img = imageAt(p);
-    QTest::mouseDClick(window, Qt::LeftButton, Qt::NoModifier, p);
-    settle();
-    QPoint centre(window->width() / 2, window->height() / 2);
-    QPoint shown = imageAt(centre);
-    EXPECT_LE(std::abs(shown.x() - img.x()), 1) << "the clicked point moved to the centre";
-    EXPECT_LE(std::abs(shown.y() - img.y()), 1);
-
-    QWheelEvent up(QPointF(p), QPointF(global(p)), QPoint(), QPoint(0, 120), Qt::NoButton,
-                   Qt::NoModifier, Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(window, &up);
-    EXPECT_EQ(screen().zoom(), 125);
-
-    QTest::keyClick(window, Qt::Key_0);
-    EXPECT_EQ(screen().fit(), QTDScreen::FitWindow);
-    settle();
-    QTest::keyClick(window, Qt::Key_Plus);
-    QTest::keyClick(window, Qt::Key_1);
-    EXPECT_EQ(screen().fit(), QTDScreen::FitActual);
-    EXPECT_EQ(screen().zoom(), 100);
-    QTest::keyClick(window, Qt::Key_Minus);
-    EXPECT_EQ(screen().zoom(), 75);
-    QTest::keyClick(window, Qt::Key_2);
-    EXPECT_EQ(screen().fit(), QTDScreen::FillWindow);
 }
 
 } // namespace
