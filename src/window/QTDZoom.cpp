@@ -150,8 +150,10 @@ QTDZoom& QTDZoom::draw(QTD::TRECT<int>* rect) {
     QTD::PROPERTIES bag;
     bag.set("objectID", overlayID, true);
     bag.set("update", "1", true);
-    bag.set("line.clr", QTD::ATTR::format("%u", static_cast<unsigned>(setting("color", 32768))),
-            true);
+    // Kept as "%d", sent as "%u": a negative setting wraps as an unsigned number would.
+    unsigned colour =
+        static_cast<unsigned>(std::strtoul(props.get("color", "32768").c_str(), nullptr, 10));
+    bag.set("line.clr", QTD::ATTR::format("%u", colour), true);
     // The same id each time: the rectangle is replaced, not added.
     window->setOverlayRect(position.x, position.y, rect->width, rect->height, bag);
     return *this;
