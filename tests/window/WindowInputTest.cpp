@@ -233,6 +233,8 @@ TEST_F(InputWindow, TheLeftButtonWaitsForTheReceiverWhoseYesTakesTheClick) {
     press(Qt::LeftButton, 10, 10);
     EXPECT_EQ(receiver.nth(4)["img.x"], "-");
     EXPECT_EQ(receiver.nth(4)["img.y"], "-");
+    // Frames still queued must not find the image gone.
+    window.setImage(nullptr, false);
 }
 
 TEST_F(InputWindow, DoubleClickWheelAndKeysSteerTheView) {
