@@ -5,9 +5,8 @@
 // to run on the controller's thread, which alone may drive a GPU chain; the caller waits on
 // `state`.
 
-#include "chain/ImageProcessorData.h"
+#include "chain/ImgProcessorImpl.h"
 #include "chain/QTDProcs.h"
-#include "core/ComponentImpl.h"
 
 #include <brx/BrxDisplayCommand.h>
 #include <brx/BrxImgProcessor.h>
@@ -19,10 +18,7 @@ class BrxDisplayProcessor;
 class QTDProcessor;
 class QTDSurface;
 
-class QTDConverter : public BrxImgProcessor,
-                     public QTD::ImageProcessorData,
-                     public QTD::ComponentImpl,
-                     public BrxDisplayCommand {
+class QTDConverter : public QTD::ImgProcessorImpl<BrxImgProcessor>, public BrxDisplayCommand {
 public:
     // Values of `state`. Everything from StateDone up ends a request.
     enum State : int32_t {
@@ -47,11 +43,6 @@ public:
     // images do not fit or nothing was set up.
     uint32_t ProcessImage(BrxImage* source, BrxImage* target, void* context) override;
     void Release() override;
-    BrxComponent* GetComponent() override { return static_cast<QTD::ComponentImpl*>(this); }
-    BrxImage* Output() override { return ImageProcessorData::Output(); }
-    BrxImage* Format(bool input) override { return ImageProcessorData::Format(input); }
-    bool Enable(bool on) override { return ImageProcessorData::Enable(on); }
-    bool IsEnabled() override { return ImageProcessorData::IsEnabled(); }
 
     // The converter takes no commands.
     int RunCommandParams(const char* command, std::map<std::string, std::string>* params) override;

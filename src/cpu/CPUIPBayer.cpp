@@ -18,7 +18,7 @@ bool failed(unsigned short status) {
 
 } // namespace
 
-CPUIPBayer::CPUIPBayer(BrxComponent* parentComponent) : ImageProcessorData(parentComponent) {
+CPUIPBayer::CPUIPBayer(BrxComponent* parentComponent) : CpuStage(parentComponent) {
     name = "bayer.cpu";
     properties.set("BayerAlgType", ATTR(0L, "%ld"), false);
     properties.set("image.flip.vert", ATTR(0), false);
@@ -26,7 +26,6 @@ CPUIPBayer::CPUIPBayer(BrxComponent* parentComponent) : ImageProcessorData(paren
 
 CPUIPBayer::~CPUIPBayer() {
     freeDemosaic();
-    QTDImageHelpers::imageDelete(ownOutput);
 }
 
 uint32_t CPUIPBayer::targetType(uint32_t inputType, bool bgr) {
@@ -56,24 +55,8 @@ void CPUIPBayer::freeDemosaic() {
 
 void CPUIPBayer::Release() {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    releaseData();
-    QTDImageHelpers::imageDelete(ownOutput);
-    ownOutput = nullptr;
+    CpuStage::Release();
     freeDemosaic();
-}
-
-uint32_t CPUIPBayer::Init(BrxImage* input, BrxImage* outputArg) {
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    Release();
-    lastError = init(input, outputArg);
-    if (lastError != CodeOk) {
-        const int code = lastError;
-        Release();
-        lastError = code;
-        return statusWord(code);
-    }
-    ready = 1;
-    return 0;
 }
 
 int CPUIPBayer::init(BrxImage* input, BrxImage* outputArg) {

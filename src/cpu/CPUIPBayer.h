@@ -5,15 +5,11 @@
 // component. A disabled Bayer stage still demosaics: its output has another format than its
 // input, so there is nothing to pass through.
 
-#include "chain/ImageProcessorData.h"
-#include "chain/QTDProcs.h"
-#include "core/ComponentImpl.h"
+#include "cpu/CpuStage.h"
 
 class BrxBayer;
 
-class CPUIPBayer : public BrxDisplayCPU::Bayer,
-                   public QTD::ImageProcessorData,
-                   public QTD::ComponentImpl {
+class CPUIPBayer : public QTD::CpuStage<BrxDisplayCPU::Bayer> {
 public:
     // Indexed like BAYER_INDEX: the colour type each mosaic yields. Packed mosaics have 0, for
     // they reach this stage only unpacked.
@@ -39,14 +35,9 @@ public:
     explicit CPUIPBayer(BrxComponent* parent);
     ~CPUIPBayer() override;
 
-    uint32_t Init(BrxImage* input, BrxImage* output) override;
     uint32_t ProcessImage(BrxImage* input, BrxImage* output, void* context) override;
+    // Gives the demosaicing component back too.
     void Release() override;
-    BrxComponent* GetComponent() override { return static_cast<QTD::ComponentImpl*>(this); }
-    BrxImage* Output() override { return ImageProcessorData::Output(); }
-    BrxImage* Format(bool input) override { return ImageProcessorData::Format(input); }
-    bool Enable(bool on) override { return ImageProcessorData::Enable(on); }
-    bool IsEnabled() override { return ImageProcessorData::IsEnabled(); }
     // "params.apply" and "params.reset" only confirm a good set-up; "BayerAlgType" takes effect
     // at the next Init.
     unsigned int RunCommand(const char* command) override;
@@ -54,11 +45,10 @@ public:
     // The colour type that `inputType` demosaics to, BGR or RGB; 0 where there is none.
     static uint32_t targetType(uint32_t inputType, bool bgr);
 
-    BrxImage* ownOutput = nullptr; // the result buffer
-    BrxBayer* demosaic = nullptr;  // between Init and Release
+    BrxBayer* demosaic = nullptr; // between Init and Release
 
 private:
-    int init(BrxImage* input, BrxImage* output);
+    int init(BrxImage* input, BrxImage* output) override;
     void freeDemosaic();
     // An integer parameter; missing, empty or not a number reads as 0.
     long readParam(const char* key);

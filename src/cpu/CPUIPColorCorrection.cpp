@@ -26,7 +26,7 @@ bool isIdentity(const QTD::LookupTable& lut) {
 } // namespace
 
 CPUIPColorCorrection::CPUIPColorCorrection(BrxComponent* parentComponent)
-    : ImageProcessorData(parentComponent) {
+    : CpuStage(parentComponent) {
     name = "correction.cpu";
     for (int c = 0; c < 3; ++c) {
         properties.set(GainKeys[c], ATTR(1.0), false);
@@ -45,26 +45,12 @@ bool CPUIPColorCorrection::tableReady() const {
 
 void CPUIPColorCorrection::Release() {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    releaseData();
+    CpuStage::Release();
     lut.shut();
 }
 
-uint32_t CPUIPColorCorrection::Init(BrxImage* input, BrxImage* outputArg) {
+int CPUIPColorCorrection::init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    Release();
-    lastError = init(input);
-    if (lastError != CodeOk) {
-        const int code = lastError;
-        Release();
-        lastError = code;
-        return statusWord(code);
-    }
-    ready = 1;
-    return 0;
-}
-
-int CPUIPColorCorrection::init(BrxImage* input) {
     if (input == nullptr || input->width == 0 || input->height == 0) {
         return CodeBadArgument;
     }

@@ -3,29 +3,20 @@
 // Per-channel gain, offset and gamma through a lookup table, applied in place to the input,
 // which is then passed on. Mono and RGB images only: a mosaic is demosaiced before.
 
-#include "chain/ImageProcessorData.h"
-#include "chain/QTDProcs.h"
-#include "core/ComponentImpl.h"
+#include "cpu/CpuStage.h"
 #include "image/LookupTable.h"
 
 #include <map>
 #include <string>
 
-class CPUIPColorCorrection : public BrxDisplayCPU::ColorCorrection,
-                             public QTD::ImageProcessorData,
-                             public QTD::ComponentImpl {
+class CPUIPColorCorrection : public QTD::CpuStage<BrxDisplayCPU::ColorCorrection> {
 public:
     explicit CPUIPColorCorrection(BrxComponent* parent);
     ~CPUIPColorCorrection() override;
 
-    uint32_t Init(BrxImage* input, BrxImage* output) override;
     uint32_t ProcessImage(BrxImage* input, BrxImage* output, void* context) override;
+    // Drops the table too.
     void Release() override;
-    BrxComponent* GetComponent() override { return static_cast<QTD::ComponentImpl*>(this); }
-    BrxImage* Output() override { return ImageProcessorData::Output(); }
-    BrxImage* Format(bool input) override { return ImageProcessorData::Format(input); }
-    bool Enable(bool on) override { return ImageProcessorData::Enable(on); }
-    bool IsEnabled() override { return ImageProcessorData::IsEnabled(); }
 
     // "params.apply" and "params.reset"; anything else is code 10.
     unsigned int RunCommand(const char* command) override;
@@ -35,7 +26,7 @@ public:
     QTD::LookupTable lut;
 
 private:
-    int init(BrxImage* input);
+    int init(BrxImage* input, BrxImage* output) override;
     // Reads the seven parameters from the bag into the table and computes it; true if the
     // table has entries.
     bool applyParams(const char* gammaDefault);

@@ -27,7 +27,7 @@ uint32_t rawPixelBytes(const BrxImage* raw) {
 } // namespace
 
 CPUIPExposureColoration::CPUIPExposureColoration(BrxComponent* parentComponent)
-    : ImageProcessorData(parentComponent) {
+    : ImgProcessorImpl(parentComponent) {
     name = "coloration.cpu";
     properties.set("thres.lo", "-1", false);
     properties.set("thres.hi", "-1", false);

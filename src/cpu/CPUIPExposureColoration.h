@@ -4,16 +4,13 @@
 // raw samples, which the stage takes from the chain's "image.unpacked"; enabling this stage
 // enables that one too, so that it keeps a private copy of the raw image.
 
-#include "chain/ImageProcessorData.h"
+#include "chain/ImgProcessorImpl.h"
 #include "chain/QTDProcs.h"
-#include "core/ComponentImpl.h"
 
 #include <map>
 #include <string>
 
-class CPUIPExposureColoration : public BrxDisplayCPU::ExposureColoration,
-                                public QTD::ImageProcessorData,
-                                public QTD::ComponentImpl {
+class CPUIPExposureColoration : public QTD::ImgProcessorImpl<BrxDisplayCPU::ExposureColoration> {
 public:
     // A colour word holds its first byte in the low 8 bits: green for under-exposure, red for
     // over-exposure in an RGB image.
@@ -27,12 +24,8 @@ public:
     uint32_t Init(BrxImage* input, BrxImage* output) override;
     uint32_t ProcessImage(BrxImage* input, BrxImage* output, void* context) override;
     void Release() override;
-    BrxComponent* GetComponent() override { return static_cast<QTD::ComponentImpl*>(this); }
-    BrxImage* Output() override { return ImageProcessorData::Output(); }
-    BrxImage* Format(bool input) override { return ImageProcessorData::Format(input); }
     // Passes the change on to "image.unpacked" first, then counts as every stage does.
     bool Enable(bool on) override;
-    bool IsEnabled() override { return ImageProcessorData::IsEnabled(); }
 
     // "params.apply" and "params.reset"; anything else is code 10.
     unsigned int RunCommand(const char* command) override;

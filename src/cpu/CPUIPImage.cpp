@@ -196,7 +196,7 @@ bool swapChannels(BrxImage* source, BrxImage* target) {
 
 } // namespace
 
-CPUIPImage::CPUIPImage(BrxComponent* parentComponent) : ImageProcessorData(parentComponent) {
+CPUIPImage::CPUIPImage(BrxComponent* parentComponent) : CpuStage(parentComponent) {
     name = "image.cpu";
 }
 
@@ -210,10 +210,8 @@ unsigned int CPUIPImage::RunCommand(const char* command) {
 }
 
 void CPUIPImage::freeBuffers() {
-    QTDImageHelpers::imageDelete(ownOutput);
     QTDImageHelpers::imageDelete(depthImage);
     QTDImageHelpers::imageDelete(rgbImage);
-    ownOutput = nullptr;
     depthImage = nullptr;
     rgbImage = nullptr;
     convertFlags = 0;
@@ -221,22 +219,8 @@ void CPUIPImage::freeBuffers() {
 
 void CPUIPImage::Release() {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    releaseData();
+    CpuStage::Release();
     freeBuffers();
-}
-
-uint32_t CPUIPImage::Init(BrxImage* input, BrxImage* outputArg) {
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    Release();
-    lastError = init(input, outputArg);
-    if (lastError != CodeOk) {
-        const int code = lastError;
-        Release();
-        lastError = code;
-        return statusWord(code);
-    }
-    ready = 1;
-    return 0;
 }
 
 int CPUIPImage::init(BrxImage* input, BrxImage* outputArg) {

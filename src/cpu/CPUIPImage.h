@@ -5,13 +5,9 @@
 // as "image.unpacked" (disabled: a pass-through), "image.output", and, appended by the viewer,
 // "image.display".
 
-#include "chain/ImageProcessorData.h"
-#include "chain/QTDProcs.h"
-#include "core/ComponentImpl.h"
+#include "cpu/CpuStage.h"
 
-class CPUIPImage : public BrxDisplayCPU::Image,
-                   public QTD::ImageProcessorData,
-                   public QTD::ComponentImpl {
+class CPUIPImage : public QTD::CpuStage<BrxDisplayCPU::Image> {
 public:
     // Bits of convertFlags.
     enum : int32_t { SwapRedBlue = 1, ReduceDepth = 2, MonoToRgb = 4 };
@@ -19,14 +15,9 @@ public:
     explicit CPUIPImage(BrxComponent* parent);
     ~CPUIPImage() override;
 
-    uint32_t Init(BrxImage* input, BrxImage* output) override;
     uint32_t ProcessImage(BrxImage* input, BrxImage* output, void* context) override;
+    // Frees the intermediate images too.
     void Release() override;
-    BrxComponent* GetComponent() override { return static_cast<QTD::ComponentImpl*>(this); }
-    BrxImage* Output() override { return ImageProcessorData::Output(); }
-    BrxImage* Format(bool input) override { return ImageProcessorData::Format(input); }
-    bool Enable(bool on) override { return ImageProcessorData::Enable(on); }
-    bool IsEnabled() override { return ImageProcessorData::IsEnabled(); }
     // The stage takes no commands.
     unsigned int RunCommand(const char* command) override;
 
@@ -34,13 +25,13 @@ public:
     // fit the conversion.
     bool convertImage(BrxImage* source, BrxImage* target);
 
-    BrxImage* ownOutput = nullptr;  // the result buffer, absent with "external"
+    // Beside ownOutput, which is absent with "external":
     int32_t convertFlags = 0;       // zero: a plain copy
     BrxImage* depthImage = nullptr; // the source's pixels while the depth is reduced
     BrxImage* rgbImage = nullptr;   // intermediate of the target's type
 
 private:
-    int init(BrxImage* input, BrxImage* output);
+    int init(BrxImage* input, BrxImage* output) override;
     int process(BrxImage* input, BrxImage* destination);
     void freeBuffers();
 };

@@ -7,35 +7,10 @@
 
 using namespace QTD::Procs;
 
-CPUIPUnpack::CPUIPUnpack(BrxComponent* parentComponent) : ImageProcessorData(parentComponent) {}
+CPUIPUnpack::CPUIPUnpack(BrxComponent* parentComponent) : CpuStage(parentComponent) {}
 
-CPUIPUnpack::~CPUIPUnpack() {
-    QTDImageHelpers::imageDelete(ownOutput);
-}
-
-void CPUIPUnpack::Release() {
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    releaseData();
-    QTDImageHelpers::imageDelete(ownOutput);
-    ownOutput = nullptr;
-}
-
-uint32_t CPUIPUnpack::Init(BrxImage* input, BrxImage* outputArg) {
+int CPUIPUnpack::init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    Release();
-    lastError = init(input);
-    if (lastError != CodeOk) {
-        const int code = lastError;
-        Release();
-        lastError = code;
-        return statusWord(code);
-    }
-    ready = 1;
-    return 0;
-}
-
-int CPUIPUnpack::init(BrxImage* input) {
     if (input == nullptr || input->width == 0 || input->height == 0) {
         return CodeBadArgument;
     }

@@ -7,35 +7,10 @@
 
 using namespace QTD::Procs;
 
-CPUIPYUV2RGB::CPUIPYUV2RGB(BrxComponent* parentComponent) : ImageProcessorData(parentComponent) {}
+CPUIPYUV2RGB::CPUIPYUV2RGB(BrxComponent* parentComponent) : CpuStage(parentComponent) {}
 
-CPUIPYUV2RGB::~CPUIPYUV2RGB() {
-    QTDImageHelpers::imageDelete(ownOutput);
-}
-
-void CPUIPYUV2RGB::Release() {
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    releaseData();
-    QTDImageHelpers::imageDelete(ownOutput);
-    ownOutput = nullptr;
-}
-
-uint32_t CPUIPYUV2RGB::Init(BrxImage* input, BrxImage* outputArg) {
+int CPUIPYUV2RGB::init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    Release();
-    lastError = init(input);
-    if (lastError != CodeOk) {
-        const int code = lastError;
-        Release();
-        lastError = code;
-        return statusWord(code);
-    }
-    ready = 1;
-    return 0;
-}
-
-int CPUIPYUV2RGB::init(BrxImage* input) {
     if (input == nullptr || input->width == 0 || input->height == 0) {
         return CodeBadArgument;
     }
