@@ -3,6 +3,8 @@
 // What stages and chains share: the stage interfaces, the status words, and the format lists
 // by which the chain chooses its stages and the stages choose their conversions.
 
+#include "core/StatusWord.h"
+
 #include <brx/BrxImage.h>
 #include <brx/BrxImgProcessingChain.h>
 #include <brx/BrxImgProcessor.h>
@@ -27,17 +29,12 @@ enum Code : int {
     CodeUnknownCommand = 10,
 };
 
-// Every component of this library reports with the type identifier 255.
-inline constexpr unsigned char ComponentTypeID = 255;
+using QTD::ComponentTypeID;
+using QTD::statusCode;
 
-// 0 for success, otherwise 0x80000000 | typeID << 16 | code.
+// 0 for success, otherwise the failure word of the code's low 16 bits.
 inline constexpr uint32_t statusWord(int code, unsigned char typeID = ComponentTypeID) {
-    return code == 0 ? 0u : 0x80000000u | (uint32_t(typeID) << 16) | (uint32_t(code) & 0xFFFFu);
-}
-
-// Callers compare only the low 16 bits of a word.
-inline constexpr int statusCode(uint32_t word) {
-    return int(word & 0xFFFFu);
+    return code == 0 ? 0u : QTD::statusWord(typeID, uint32_t(code) & 0xFFFFu);
 }
 
 // Pixel types the stages name directly.

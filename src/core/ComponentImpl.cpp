@@ -7,7 +7,7 @@
 namespace QTD {
 
 ComponentImpl::ComponentImpl()
-    : componentTypeID(255), setProcessor(nullptr), getProcessor(nullptr),
+    : componentTypeID(ComponentTypeID), setProcessor(nullptr), getProcessor(nullptr),
       log(log4cpp::Category::getInstance("BrxDisplayQt")) {}
 
 ComponentImpl::~ComponentImpl() {}

@@ -5,26 +5,13 @@
 
 #include "core/ATTR.h"
 #include "core/PROPERTIES.h"
+#include "core/StatusWord.h"
 
 #include <log4cpp/Category.hh>
 
 #include <mutex>
 
 namespace QTD {
-
-// The failure word of a public operation: bit 31, the component's type in bits 23..16, the code
-// in the low bits.
-inline unsigned int statusWord(unsigned int componentTypeID, unsigned int code) {
-    return 0x80000000u | (componentTypeID & 0xFFu) << 16 | code;
-}
-
-// Codes of the parameter interface and of the stages.
-enum StatusCode : unsigned int {
-    STATUS_NO_PARAMETER = 5,
-    STATUS_BUFFER_TOO_SMALL = 6,
-    STATUS_BAD_ARGUMENT = 7,
-    STATUS_NOT_SUPPORTED = 10,
-};
 
 // The single implementation of BrxComponent: a property bag plus two optional command
 // processors that may veto, answer or watch each typed access ("cmd.parameter.set",
