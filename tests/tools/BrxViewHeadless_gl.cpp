@@ -1,0 +1,95 @@
+// The viewer's headless run on an X server: frames reach the screen, and the screenshot shows
+// the synthetic camera's colour bars where they belong.
+#include "common/SyntheticScene.h"
+
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QImage>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstdlib>
+#include <regex>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+std::string run(const std::string& line, int& status) {
+    std::string out;
+    if (FILE* p = popen(line.c_str(), "r")) {
+        char buffer[4096];
+        size_t n;
+        while ((n = std::fread(buffer, 1, sizeof(buffer), p)) > 0) {
+            out.append(buffer, n);
+        }
+        const int raw = pclose(p);
+        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    }
+    return out;
+}
+
+bool isBackground(QRgb c) {
+    // 0xC0C0C0, give or take the X server's rounding.
+    return std::abs(qRed(c) - 0xC0) <= 2 && std::abs(qGreen(c) - 0xC0) <= 2 &&
+           std::abs(qBlue(c) - 0xC0) <= 2;
+}
+
+TEST(BrxViewHeadless, ShowsTheCameraAndReportsItsFigures) {
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const std::string shot = dir.filePath("shot.png").toStdString();
+    int status = -1;
+    const std::string out = run(std::string(BRXVIEW) +
+                                    " --headless --frames 40 --fps 20 --format RGB8 "
+                                    "--size 640x480 --screenshot " +
+                                    shot,
+                                status);
+    ASSERT_EQ(status, 0) << out;
+
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(out, m,
+                                  std::regex("offered (\\d+), processed (\\d+), shown (\\d+), "
+                                             "fps ([0-9.]+), processing ([0-9.]+) ms/frame")))
+        << out;
+    EXPECT_EQ(std::stoi(m[1]), 40);
+    EXPECT_GT(std::stoi(m[2]), 0);
+    EXPECT_LE(std::stoi(m[2]), 40);
+    EXPECT_GT(std::stoi(m[3]), 0);
+    EXPECT_GT(std::stod(m[5]), 0.0);
+
+    ASSERT_TRUE(std::regex_search(out, m, std::regex("view: (\\d+),(\\d+) (\\d+)x(\\d+)")));
+    const QRect view(std::stoi(m[1]), std::stoi(m[2]), std::stoi(m[3]), std::stoi(m[4]));
+    const QImage image(QString::fromStdString(shot));
+    ASSERT_FALSE(image.isNull());
+    ASSERT_TRUE(image.rect().contains(view)) << out;
+
+    // Fitted into the view with its aspect kept, and centred.
+    const double scale = std::min(view.width() / 640.0, view.height() / 480.0);
+    const QRect picture(view.left() + int((view.width() - 640 * scale) / 2),
+                        view.top() + int((view.height() - 480 * scale) / 2), int(640 * scale),
+                        int(480 * scale));
+    const QPoint outside[] = {{picture.center().x(), picture.top() - 4},
+                              {picture.center().x(), picture.bottom() + 4},
+                              {picture.left() - 4, picture.center().y()},
+                              {picture.right() + 4, picture.center().y()}};
+    for (const QPoint& p : outside) {
+        if (view.contains(p)) {
+            EXPECT_TRUE(isBackground(image.pixel(p))) << p.x() << "," << p.y();
+        }
+    }
+    // The bars: a quarter down the picture, clear of the profile line at a sixth.
+    const int y = picture.top() + picture.height() / 4;
+    for (int bar = 0; bar < 8; ++bar) {
+        SCOPED_TRACE(bar);
+        const int x = picture.left() + (2 * bar + 1) * picture.width() / 16;
+        const QColor seen = image.pixelColor(x, y);
+        const uint32_t c = SyntheticScene::barColours[bar];
+        EXPECT_NEAR(seen.red(), int(c >> 16), 24);
+        EXPECT_NEAR(seen.green(), int((c >> 8) & 0xFF), 24);
+        EXPECT_NEAR(seen.blue(), int(c & 0xFF), 24);
+    }
+}
+
+} // namespace

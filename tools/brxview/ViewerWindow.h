@@ -1,0 +1,96 @@
+#pragma once
+
+// The demo viewer's main window: the display in the centre, the controls on the right. It
+// uses the library as an application would, through the public headers alone: the controller
+// from BrxDisplayCPU::CreateComponent, images through ProcessImage from the camera thread,
+// everything else as text commands.
+
+#include "CameraSource.h"
+#include "FrameFigures.h"
+
+#include <QMainWindow>
+
+#include <map>
+#include <memory>
+#include <string>
+
+class BrxDisplayProcessor;
+class QCheckBox;
+class QComboBox;
+class QDoubleSpinBox;
+class QLabel;
+class QSpinBox;
+class QRadioButton;
+
+class ViewerWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    struct Settings {
+        std::string format = "RGB8";
+        int width = 1024;
+        int height = 768;
+        double fps = 30.0;
+        std::string file;    // empty: the synthetic camera
+        std::string rawSize; // "WxH" for a raw file
+        bool status = true;
+        bool overlay = true;
+        uint64_t frames = 0; // 0: run until closed
+    };
+
+    explicit ViewerWindow(const Settings& settings);
+    ~ViewerWindow() override;
+
+    // Sets the display up for the chosen source and starts the camera thread. False, with a
+    // message on stderr and in the window, when the source can't be used.
+    bool start();
+
+    const CameraSource& camera() const { return source; }
+    const FrameFigures& figures() const { return *counters; }
+    // The display area, in the window's own coordinates.
+    QRect viewRect() const;
+    QString figuresText() const;
+    // Text of the last failure, empty if none.
+    const QString& lastError() const { return errorText; }
+
+private slots:
+    void restart();
+    void chooseFile();
+    void applyCorrection();
+    void toggleStatus(bool on);
+    void toggleInfo(bool on);
+    void toggleColoration(bool on);
+    void toggleOverlay(bool on);
+    void refreshFigures();
+
+private:
+    QWidget* buildControls();
+    int command(const char* name, std::map<std::string, std::string> params = {});
+    void showOverlay();
+    void hideOverlay();
+    void fail(const QString& text);
+
+    Settings settings;
+    QWidget* host = nullptr;
+    BrxDisplayProcessor* display = nullptr;
+    CameraSource source;
+    FrameFigures* counters = nullptr;
+    std::shared_ptr<RawFrame> fixedFrame;
+    QString errorText;
+    bool statusOn = false;
+    bool infoOn = false;
+    std::string overlayIds[3];
+
+    QComboBox* formatBox = nullptr;
+    QSpinBox* widthBox = nullptr;
+    QSpinBox* heightBox = nullptr;
+    QDoubleSpinBox* fpsBox = nullptr;
+    QLabel* sourceLabel = nullptr;
+    QCheckBox* statusBox = nullptr;
+    QCheckBox* overlayBox = nullptr;
+    QCheckBox* colorationBox = nullptr;
+    QDoubleSpinBox* gain[3] = {nullptr, nullptr, nullptr};
+    QDoubleSpinBox* offsetBox = nullptr;
+    QDoubleSpinBox* gammaBox = nullptr;
+    QLabel* figuresLabel = nullptr;
+    QLabel* messageLabel = nullptr;
+};

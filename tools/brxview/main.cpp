@@ -1,0 +1,238 @@
+// brxview: the BrxDisplayQt demo viewer. Shows a synthetic camera, a raw frame or a picture
+// file in any camera pixel format; --headless runs without a person and saves a screenshot.
+#include "ViewerWindow.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QPainter>
+#include <QScreen>
+#include <QThread>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+const char* const USAGE =
+    "usage: brxview [--format NAME] [--size WxH] [--fps RATE] [--file PATH [--raw-size WxH]]\n"
+    "               [--no-status] [--no-overlay]\n"
+    "               [--headless] [--frames N] [--screenshot OUT.png]\n"
+    "  --format      camera pixel format of the synthetic camera or the file (RGB8)\n"
+    "  --size        synthetic camera size (1024x768)\n"
+    "  --fps         frames a second offered to the display (30)\n"
+    "  --file        a PNG/TIFF picture, packed into --format, or a raw frame with --raw-size\n"
+    "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
+    "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
+
+struct Options {
+    ViewerWindow::Settings settings;
+    bool headless = false;
+    std::string screenshot = "brxview.png";
+    uint64_t frames = 100;
+};
+
+bool parseSize(const char* text, int& w, int& h) {
+    unsigned a = 0, b = 0;
+    char extra = 0;
+    if (std::sscanf(text, "%ux%u%c", &a, &b, &extra) != 2 || a == 0 || b == 0 || a > 16384 ||
+        b > 16384) {
+        return false;
+    }
+    w = static_cast<int>(a);
+    h = static_cast<int>(b);
+    return true;
+}
+
+// 0 parsed, 1 printed help, 2 error.
+int parse(int argc, char** argv, Options& o) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        auto value = [&](const char* name) -> const char* {
+            if (i + 1 >= argc) {
+                std::fprintf(stderr, "brxview: %s needs a value\n", name);
+                return nullptr;
+            }
+            return argv[++i];
+        };
+        const char* v = nullptr;
+        if (a == "--help" || a == "-h") {
+            std::fputs(USAGE, stdout);
+            return 1;
+        } else if (a == "--headless") {
+            o.headless = true;
+        } else if (a == "--no-status") {
+            o.settings.status = false;
+        } else if (a == "--no-overlay") {
+            o.settings.overlay = false;
+        } else if (a == "--format") {
+            if (!(v = value("--format")))
+                return 2;
+            if (CameraFormat::find(v) == nullptr) {
+                std::fprintf(stderr, "brxview: unknown pixel format %s; one of: %s\n", v,
+                             CameraFormat::names().c_str());
+                return 2;
+            }
+            o.settings.format = CameraFormat::find(v)->name;
+        } else if (a == "--size") {
+            if (!(v = value("--size")))
+                return 2;
+            if (!parseSize(v, o.settings.width, o.settings.height)) {
+                std::fprintf(stderr, "brxview: bad size %s, expected WIDTHxHEIGHT\n", v);
+                return 2;
+            }
+        } else if (a == "--fps") {
+            if (!(v = value("--fps")))
+                return 2;
+            o.settings.fps = std::atof(v);
+            if (!(o.settings.fps > 0)) {
+                std::fprintf(stderr, "brxview: bad rate %s\n", v);
+                return 2;
+            }
+        } else if (a == "--file") {
+            if (!(v = value("--file")))
+                return 2;
+            o.settings.file = v;
+        } else if (a == "--raw-size") {
+            if (!(v = value("--raw-size")))
+                return 2;
+            o.settings.rawSize = v;
+        } else if (a == "--frames") {
+            if (!(v = value("--frames")))
+                return 2;
+            char* end = nullptr;
+            const long long n = std::strtoll(v, &end, 10);
+            if (end == v || *end != 0 || n <= 0) {
+                std::fprintf(stderr, "brxview: bad frame count %s\n", v);
+                return 2;
+            }
+            o.frames = static_cast<uint64_t>(n);
+        } else if (a == "--screenshot") {
+            if (!(v = value("--screenshot")))
+                return 2;
+            o.screenshot = v;
+        } else {
+            std::fprintf(stderr, "brxview: unknown argument %s\n%s", a.c_str(), USAGE);
+            return 2;
+        }
+    }
+    return 0;
+}
+
+// A headless run needs an X server to draw on and read back: without a display, run again
+// inside xvfb-run, which starts a private server for the length of the run.
+void reexecUnderXvfb(int argc, char** argv) {
+    const char* display = std::getenv("DISPLAY");
+    if (std::getenv("BRXVIEW_UNDER_XVFB") != nullptr || (display != nullptr && *display != 0)) {
+        return;
+    }
+    setenv("BRXVIEW_UNDER_XVFB", "1", 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
+    std::vector<char*> args;
+    const char* fixed[] = {"xvfb-run", "-a", "-s", "-screen 0 1600x1200x24"};
+    for (const char* f : fixed) {
+        args.push_back(const_cast<char*>(f));
+    }
+    char self[4096] = {0};
+    const ssize_t n = readlink("/proc/self/exe", self, sizeof(self) - 1);
+    args.push_back(n > 0 ? self : argv[0]);
+    for (int i = 1; i < argc; ++i) {
+        args.push_back(argv[i]);
+    }
+    args.push_back(nullptr);
+    execvp("xvfb-run", args.data());
+    // No xvfb-run: go on with Qt's offscreen platform, which can't show the display's window.
+    std::fprintf(stderr, "brxview: xvfb-run not found; the screenshot will lack the picture\n");
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+}
+
+void pump(int ms) {
+    QElapsedTimer t;
+    t.start();
+    while (t.elapsed() < ms) {
+        QApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(5);
+    }
+}
+
+int runHeadless(ViewerWindow& window, const Options& o) {
+    window.resize(1400, 900);
+    window.show();
+    pump(300);
+    QElapsedTimer clock;
+    clock.start();
+    if (!window.start()) {
+        return 1;
+    }
+    // Offer every frame, then wait until the display has taken what it will take.
+    const qint64 limitMs = 20000 + static_cast<qint64>(o.frames * 1000 / o.settings.fps) * 2;
+    while (window.camera().running() && clock.elapsed() < limitMs) {
+        pump(20);
+    }
+    const qint64 offeredMs = clock.elapsed();
+    uint64_t last = window.figures().processed();
+    for (int quiet = 0; quiet < 10 && clock.elapsed() < limitMs + 5000;) {
+        pump(50);
+        const uint64_t now = window.figures().processed();
+        quiet = now == last ? quiet + 1 : 0;
+        last = now;
+    }
+    // Let the status line catch up with the last second, then read the screen back.
+    pump(1200);
+    QScreen* screen = window.screen() ? window.screen() : QGuiApplication::primaryScreen();
+    QPixmap shot;
+    if (QGuiApplication::platformName() == "xcb" && screen != nullptr) {
+        const QPoint at = window.mapToGlobal(QPoint(0, 0));
+        shot = screen->grabWindow(0, at.x(), at.y(), window.width(), window.height());
+    } else {
+        shot = window.grab();
+    }
+    const bool saved = !shot.isNull() && shot.save(QString::fromStdString(o.screenshot));
+    const QRect view = window.viewRect();
+    std::printf("brxview: %s %dx%d, %llu frames at %.1f fps asked, %.2f s\n",
+                o.settings.format.c_str(), o.settings.width, o.settings.height,
+                static_cast<unsigned long long>(o.frames), o.settings.fps, offeredMs / 1000.0);
+    std::printf("frames: %s\n", window.figuresText().toLocal8Bit().constData());
+    std::printf("camera: %.2f ms to draw and pack a frame, %llu refused\n",
+                window.camera().makeMs(),
+                static_cast<unsigned long long>(window.camera().refused()));
+    std::printf("view: %d,%d %dx%d\n", view.x(), view.y(), view.width(), view.height());
+    if (!saved) {
+        std::fprintf(stderr, "brxview: cannot write %s\n", o.screenshot.c_str());
+        return 1;
+    }
+    std::printf("screenshot: %s\n", o.screenshot.c_str());
+    if (window.figures().processed() == 0) {
+        std::fprintf(stderr, "brxview: the display processed no frame\n");
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    const int parsed = parse(argc, argv, options);
+    if (parsed != 0) {
+        return parsed == 1 ? 0 : 2;
+    }
+    if (options.headless) {
+        reexecUnderXvfb(argc, argv);
+        options.settings.frames = options.frames;
+    }
+    QApplication app(argc, argv);
+    ViewerWindow window(options.settings);
+    if (options.headless) {
+        return runHeadless(window, options);
+    }
+    window.resize(1400, 900);
+    window.show();
+    QTimer::singleShot(0, &window, [&window] { window.start(); });
+    return app.exec();
+}
