@@ -23,4 +23,11 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 c++ -std=c++17 -fPIC "$consumer/consumer.cpp" -o "$work/consumer-pc" \
     $(pkg-config --cflags --libs brxdisplayqt)
 LD_LIBRARY_PATH=$libdir "$work/consumer-pc"
+# The embedding example, built against the package as an application would build it, shows a
+# few frames in its widget on Qt's offscreen platform.
+examples=$(cd "$(dirname "$0")/../../examples" && pwd)
+cmake -S "$examples/embed" -B "$work/embed" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/embed" >/dev/null
+QT_QPA_PLATFORM=offscreen LD_LIBRARY_PATH=$libdir timeout 60 "$work/embed/embed" --frames 10
+
 echo "package check passed"
