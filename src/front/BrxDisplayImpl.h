@@ -28,12 +28,20 @@ public:
     uint32_t DisplayVideo(BrxImage* image) override;
     uint32_t DisplayImage(BrxImage* image, const char* name) override;
     uint32_t ConvertImage(BrxImage* source, BrxImage* target) override;
-    int Translate(int* first, int* second, int mode) override;
     void Shut() override;
 
-    // The older command vocabulary, on the facade's own bag.
+    // Window and image coordinates: `mode` 1 from the window to the image, any other the
+    // reverse. Fractions are dropped on the way back.
+    int Translate(int* first, int* second, int mode) override;
+
+    // The older command vocabulary, on the facade's own bag. Only the parameter messages of the
+    // facade's bag pass here; the controller's commands do not.
     int RunCommandParams(const char* command, std::map<std::string, std::string>* params) override;
     unsigned int RunCommand(const char* command) override;
+
+    // Turns the older parameter names into the controller's; always 0, so that the facade's
+    // bag keeps the value as well.
+    int processParameter(const char* command, std::map<std::string, std::string>* params);
 
     // Owned.
     QTDDisplay* display = nullptr;

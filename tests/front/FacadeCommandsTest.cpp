@@ -1,0 +1,419 @@
+// The facade's older command words and parameter names, and Translate: what reaches the
+// controller, what comes back into the facade's bag, and the odd corners callers rely on.
+
+#include "FrontTestSupport.h"
+
+#include "front/BrxDisplayImpl.h"
+#include "front/QTDDisplay.h"
+#include "screen/DrawObjects.h"
+#include "screen/QTDScreen.h"
+#include "window/QTDWindow.h"
+
+#include <brx/BrxComponent.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace FrontTest;
+using Params = std::map<std::string, std::string>;
+
+namespace {
+
+constexpr uint32_t Failed = 0x80FF0001u;
+
+// A controller that records what the facade asks of it and answers from a script.
+class RecordingDisplay : public QTDDisplay {
+public:
+    RecordingDisplay() : QTDDisplay(nullptr, false) {}
+
+    int RunCommandParams(const char* command, Map* params) override {
+        commands.emplace_back(command ? command : "", params ? *params : Map());
+        if (params != nullptr) {
+            for (auto& entry : writeBack) {
+                (*params)[entry.first] = entry.second;
+            }
+        }
+        return answer;
+    }
+    QTD::ATTR SetOverlayText(const char* text, int x, int y, Map* params) override {
+        texts.push_back({text ? text : "", x, y, params ? *params : Map()});
+        return textID;
+    }
+    bool DelOverlayObject(const char* id) override {
+        deleted.push_back(id ? id : "<null>");
+        return exists;
+    }
+
+    struct Text {
+        std::string text;
+        int x, y;
+        Map params;
+    };
+    std::vector<std::pair<std::string, Map>> commands;
+    std::vector<Text> texts;
+    std::vector<std::string> deleted;
+    int answer = 1;
+    Map writeBack;
+    QTD::ATTR textID;
+    bool exists = true;
+};
+
+struct Recorded {
+    Recorded() {
+        delete facade.display;
+        facade.display = display = new RecordingDisplay;
+    }
+    void set(const char* name, const char* value) { facade.properties.set(name, value, true); }
+    std::string bag(const char* name) { return facade.properties.get(name, "<none>"); }
+    BrxComponent* component() { return facade.GetComponent(); }
+    BrxDisplayImpl facade;
+    RecordingDisplay* display;
+};
+
+// A facade whose real controller shows one image in a host widget.
+struct Shown {
+    static constexpr int W = 64, H = 48;
+    Shown() : widget(host(320, 240)), format(makeMono8(W, H, 1)) {
+        initCode = facade.Initialize(widget.get(), nullptr, format.get());
+        if (initCode == 0) {
+            facade.DisplayVideo(format.get());
+            pumpUntil([&] { return facade.display->processedCounter.frames.load() == 1; });
+        }
+    }
+    QTDScreen* screen() { return facade.display->getScreen(); }
+    bool drawn(const std::string& id) {
+        return facade.display->getWindow()->drawObjects.isExist(QTD::ATTR(id), QTD::ATTR());
+    }
+    std::unique_ptr<QWidget> widget;
+    Image format;
+    BrxDisplayImpl facade;
+    uint32_t initCode = 0;
+};
+
+} // namespace
+
+TEST(FacadeCommands, ViewWordsBecomeViewCommands) {
+    Recorded r;
+    EXPECT_EQ(r.facade.RunCommand("display.zoom.in"), 0u);
+    EXPECT_EQ(r.facade.RunCommand("display.zoom.out"), 0u);
+    EXPECT_EQ(r.facade.RunCommand("display.atcenter"), 0u);
+    ASSERT_EQ(r.display->commands.size(), 3u);
+    EXPECT_EQ(r.display->commands[0],
+              std::make_pair(std::string("cmd.display.view.zoom.in"), Params()));
+    EXPECT_EQ(r.display->commands[1],
+              std::make_pair(std::string("cmd.display.view.zoom.out"), Params()));
+    // One zero byte each for the position: text that reads as empty.
+    const std::string zero(1, '\0');
+    EXPECT_EQ(r.display->commands[2].first, "cmd.display.view.at");
+    EXPECT_EQ(r.display->commands[2].second,
+              (Params{{"pos.x", zero}, {"pos.y", zero}, {"cs", "base"}}));
+    EXPECT_EQ(QTD::ATTR(r.display->commands[2].second["pos.x"]).as<double>(), 0.0);
+
+    // Anything but a plain 1 from the controller is a failure.
+    r.display->answer = 0;
+    EXPECT_EQ(r.facade.RunCommand("display.zoom.in"), Failed);
+    r.display->answer = 2;
+    EXPECT_EQ(r.facade.RunCommand("display.atcenter"), Failed);
+    // The words are compared exactly.
+    r.display->answer = 1;
+    const size_t before = r.display->commands.size();
+    EXPECT_EQ(r.facade.RunCommand("DISPLAY.ZOOM.IN"), 0u);
+    EXPECT_EQ(r.display->commands.size(), before);
+}
+
+TEST(FacadeCommands, UnknownAndNullWordsDoNothing) {
+    Recorded r;
+    EXPECT_EQ(r.facade.RunCommand("display.zoom"), 0u);
+    EXPECT_EQ(r.facade.RunCommand(""), 0u);
+    EXPECT_EQ(r.facade.RunCommand(nullptr), 0u);
+    // The controller's own older words are not the facade's.
+    EXPECT_EQ(r.facade.RunCommand("processing.proc.add"), 0u);
+    // Through the component interface as well: 0, not the component's code 10.
+    EXPECT_EQ(r.component()->RunCommand("cmd.display.view.zoom.in"), 0u);
+    EXPECT_TRUE(r.display->commands.empty());
+    EXPECT_TRUE(r.display->texts.empty());
+    EXPECT_TRUE(r.display->deleted.empty());
+}
+
+TEST(FacadeCommands, DumpOnRemembersItsObjectWhereDumpOffDoesNotLook) {
+    Recorded r;
+    r.set("dump.x", "10");
+    r.set("dump.y", "20");
+    r.set("dump.w", "30");
+    r.set("dump.h", "40");
+    r.display->writeBack = {{"objectID", "rect#7"}};
+    EXPECT_EQ(r.facade.RunCommand("display.dump.on"), 0u);
+    ASSERT_EQ(r.display->commands.size(), 1u);
+    EXPECT_EQ(r.display->commands[0].first, "cmd.display.overlay.rect.add");
+    EXPECT_EQ(r.display->commands[0].second, (Params{{"rect.x", "10"},
+                                                     {"rect.y", "20"},
+                                                     {"rect.w", "30"},
+                                                     {"rect.h", "40"},
+                                                     {"cs", "img"},
+                                                     {"line.width", "2"},
+                                                     {"line.clr", "50372"},
+                                                     {"objectID", "@dump"}}));
+    EXPECT_EQ(r.bag("dump.objectID"), "rect#7");
+
+    // The second time the stored identifier goes along, with the bag's colour.
+    r.set("dump.clr", "255");
+    r.display->writeBack.clear();
+    EXPECT_EQ(r.facade.RunCommand("display.dump.on"), 0u);
+    EXPECT_EQ(r.display->commands[1].second["objectID"], "rect#7");
+    EXPECT_EQ(r.display->commands[1].second["line.clr"], "255");
+
+    // A failed add leaves the remembered identifier alone.
+    r.display->answer = 0;
+    r.display->writeBack = {{"objectID", "other"}};
+    EXPECT_EQ(r.facade.RunCommand("display.dump.on"), Failed);
+    EXPECT_EQ(r.bag("dump.objectID"), "rect#7");
+
+    // Off looks at "objectID", which on never wrote: the application copies it over.
+    r.display->answer = 1;
+    r.display->writeBack.clear();
+    EXPECT_EQ(r.facade.RunCommand("display.dump.off"), 0u);
+    EXPECT_EQ(r.display->commands.back(),
+              std::make_pair(std::string("cmd.display.overlay.del"), Params{{"objectID", ""}}));
+    r.set("objectID", r.bag("dump.objectID").c_str());
+    EXPECT_EQ(r.facade.RunCommand("display.dump.off"), 0u);
+    EXPECT_EQ(r.display->commands.back().second, (Params{{"objectID", "rect#7"}}));
+    r.display->answer = 0;
+    EXPECT_EQ(r.facade.RunCommand("display.dump.off"), Failed);
+    // Neither identifier is touched by off.
+    EXPECT_EQ(r.bag("objectID"), "rect#7");
+    EXPECT_EQ(r.bag("dump.objectID"), "rect#7");
+}
+
+TEST(FacadeCommands, TextAddAndDelUseTheBag) {
+    Recorded r;
+    r.set("text.text", "frame {id}");
+    r.set("text.pos.x", "12");
+    r.set("text.pos.y", "-3");
+    r.set("text.clr", "65280");
+    r.set("cs", "win");
+    r.display->textID = "text#1";
+    EXPECT_EQ(r.facade.RunCommand("text.add"), 0u);
+    ASSERT_EQ(r.display->texts.size(), 1u);
+    EXPECT_EQ(r.display->texts[0].text, "frame {id}");
+    EXPECT_EQ(r.display->texts[0].x, 12);
+    EXPECT_EQ(r.display->texts[0].y, -3);
+    EXPECT_EQ(
+        r.display->texts[0].params,
+        (Params{{"objectID", ""}, {"text.font", "default"}, {"text.clr", "65280"}, {"cs", "win"}}));
+    EXPECT_EQ(r.bag("objectID"), "text#1");
+
+    // The stored identifier goes along next time, so the text is replaced in place.
+    r.set("text.font", "Mono,10");
+    EXPECT_EQ(r.facade.RunCommand("text.add"), 0u);
+    EXPECT_EQ(r.display->texts[1].params["objectID"], "text#1");
+    EXPECT_EQ(r.display->texts[1].params["text.font"], "Mono,10");
+
+    // No identifier back is a failure, and the empty identifier is what the bag keeps.
+    r.display->textID = "";
+    EXPECT_EQ(r.facade.RunCommand("text.add"), Failed);
+    EXPECT_EQ(r.bag("objectID"), "");
+
+    r.set("objectID", "text#1");
+    EXPECT_EQ(r.facade.RunCommand("text.del"), 0u);
+    EXPECT_EQ(r.display->deleted, std::vector<std::string>{"text#1"});
+    EXPECT_EQ(r.bag("objectID"), "");
+    // An object that is not there still clears the bag.
+    r.set("objectID", "gone");
+    r.display->exists = false;
+    EXPECT_EQ(r.facade.RunCommand("text.del"), Failed);
+    EXPECT_EQ(r.display->deleted.back(), "gone");
+    EXPECT_EQ(r.bag("objectID"), "");
+    EXPECT_TRUE(r.display->commands.empty());
+
+    // A position that is no number is not caught here.
+    r.set("text.pos.x", "left");
+    EXPECT_THROW(r.facade.RunCommand("text.add"), std::invalid_argument);
+}
+
+TEST(FacadeCommands, ParameterNamesAreTranslatedOnTheWayIn) {
+    Recorded r;
+    BrxComponent* component = r.component();
+    EXPECT_EQ(component->SetParamInt("display.fit", 2), 0u);
+    ASSERT_EQ(r.display->commands.size(), 1u);
+    EXPECT_EQ(r.display->commands[0],
+              std::make_pair(std::string("cmd.display.view.fit"), Params{{"mode", "2"}}));
+    // Read as an integer and printed back.
+    char text[] = "3.9";
+    component->SetParamString("display.fit", text);
+    EXPECT_EQ(r.display->commands[1].second, (Params{{"mode", "3"}}));
+    // The facade's bag keeps the value as given as well.
+    EXPECT_EQ(r.bag("display.fit"), "3.9");
+
+    EXPECT_EQ(component->SetParamInt("display.bg.color", 255), 0u);
+    EXPECT_EQ(r.display->properties.get("display.view.bgcolor"), "255");
+    EXPECT_EQ(r.bag("display.bg.color"), "255");
+    EXPECT_EQ(r.display->commands.size(), 2u);
+
+    // Other names stay in the facade.
+    component->SetParamInt("dump.x", 5);
+    component->SetParamInt("display.view.bgcolor", 1);
+    EXPECT_EQ(r.display->commands.size(), 2u);
+    EXPECT_EQ(r.display->properties.get("display.view.bgcolor"), "255");
+    EXPECT_EQ(r.bag("display.view.bgcolor"), "1");
+
+    // A value that is no number is not caught here.
+    char word[] = "wide";
+    EXPECT_THROW(component->SetParamString("display.fit", word), std::invalid_argument);
+    EXPECT_EQ(r.display->commands.size(), 2u);
+}
+
+TEST(FacadeCommands, OnlyParameterMessagesPassRunCommandParams) {
+    Recorded r;
+    r.display->properties.set("display.view.bgcolor", "777", true);
+    Params zoom;
+    EXPECT_EQ(r.facade.RunCommandParams("cmd.display.view.zoom.in", &zoom), 0);
+    EXPECT_EQ(r.facade.RunCommandParams("cmd.parameter.set", nullptr), 0);
+    EXPECT_EQ(r.facade.RunCommandParams(nullptr, nullptr), 0);
+    // The controller's notifications reach the facade and are answered with 0.
+    Params image{{"result", "0"}};
+    EXPECT_EQ(r.facade.RunCommandParams("notification.image", &image), 0);
+    EXPECT_TRUE(r.display->commands.empty());
+
+    // A read through the facade changes nothing: the get branch wants no "cmd." prefix.
+    const Params get{{"name", "display.bg.color"}, {"value", "1"}};
+    Params asked = get;
+    EXPECT_EQ(r.facade.RunCommandParams("cmd.parameter.get", &asked), 0);
+    EXPECT_EQ(asked, get);
+    EXPECT_EQ(r.bag("display.bg.color"), "<none>");
+    long color = -1;
+    EXPECT_EQ(r.component()->GetParamInt("display.bg.color", &color), 0x80FF0005u);
+    EXPECT_EQ(color, -1);
+    EXPECT_EQ(r.component()->GetParamInt("view.scale", &color), 0x80FF0005u);
+
+    // A direct call reaches it and fills the facade's bag from the controller's.
+    EXPECT_EQ(r.facade.processParameter("parameter.get", &asked), 0);
+    EXPECT_EQ(r.bag("display.bg.color"), "777");
+    EXPECT_EQ(asked, get);
+    r.display->properties.set("display.view.scale", "0.25", true);
+    Params scale{{"name", "view.scale"}};
+    r.facade.processParameter("parameter.get", &scale);
+    EXPECT_EQ(r.bag("view.scale"), "0.250000");
+    // Without a map nothing is named, and nothing happens.
+    EXPECT_EQ(r.facade.processParameter("cmd.parameter.set", nullptr), 0);
+    EXPECT_EQ(r.facade.processParameter("parameter.get", nullptr), 0);
+    EXPECT_TRUE(r.display->commands.empty());
+}
+
+TEST(FacadeCommands, TranslateAsksTheViewInTheRightDirection) {
+    Recorded r;
+    r.display->writeBack = {{"pos.x", "12.750000"}, {"pos.y", "-3.500000"}, {"result", "1"}};
+    int x = 7, y = -4;
+    EXPECT_EQ(r.facade.Translate(&x, &y, 1), 0);
+    ASSERT_EQ(r.display->commands.size(), 1u);
+    EXPECT_EQ(r.display->commands[0].first, "cmd.display.view.translate");
+    EXPECT_EQ(r.display->commands[0].second,
+              (Params{{"pos.x", "7"}, {"pos.y", "-4"}, {"cs.src", "win"}, {"cs.dst", "img"}}));
+    // The fraction is dropped, towards zero.
+    EXPECT_EQ(x, 12);
+    EXPECT_EQ(y, -3);
+
+    // Any mode but 1 goes the other way.
+    for (int mode : {0, 2, -1}) {
+        r.facade.Translate(&x, &y, mode);
+        EXPECT_EQ(r.display->commands.back().second["cs.src"], "img") << mode;
+        EXPECT_EQ(r.display->commands.back().second["cs.dst"], "win") << mode;
+    }
+
+    // A null coordinate is left out and left alone.
+    r.display->commands.clear();
+    x = 5;
+    EXPECT_EQ(r.facade.Translate(&x, nullptr, 1), 0);
+    EXPECT_EQ(r.display->commands[0].second.count("pos.y"), 0u);
+    EXPECT_EQ(r.display->commands[0].second["pos.x"], "5");
+    EXPECT_EQ(x, 12);
+    EXPECT_EQ(r.facade.Translate(nullptr, nullptr, 0), 0);
+    EXPECT_EQ(r.display->commands[1].second, (Params{{"cs.src", "img"}, {"cs.dst", "win"}}));
+
+    // A view that cannot translate: the failure word, and the point comes back as sent.
+    r.display->answer = 0;
+    r.display->writeBack.clear();
+    x = 9;
+    y = 8;
+    EXPECT_EQ(r.facade.Translate(&x, &y, 1), int(Failed));
+    EXPECT_EQ(x, 9);
+    EXPECT_EQ(y, 8);
+}
+
+TEST(FacadeCommands, WithoutAScreenEveryViewWordFails) {
+    BrxDisplayImpl facade;
+    EXPECT_EQ(facade.RunCommand("display.zoom.in"), Failed);
+    EXPECT_EQ(facade.RunCommand("display.atcenter"), Failed);
+    EXPECT_EQ(facade.RunCommand("text.add"), Failed);
+    EXPECT_EQ(facade.properties.get("objectID", "<none>"), "");
+    int x = 3, y = 4;
+    EXPECT_EQ(facade.Translate(&x, &y, 1), int(Failed));
+    EXPECT_EQ(x, 3);
+    EXPECT_EQ(y, 4);
+    // The fit mode cannot be set, but the controller keeps the colour.
+    EXPECT_EQ(facade.GetComponent()->SetParamInt("display.fit", 2), 0u);
+    EXPECT_EQ(facade.display->properties.get("display.view.fit"), "3");
+    facade.GetComponent()->SetParamInt("display.bg.color", 65535);
+    EXPECT_EQ(facade.display->properties.get("display.view.bgcolor"), "65535");
+}
+
+TEST(FacadeCommands, ThroughTheRealView) {
+    Shown s;
+    ASSERT_EQ(s.initCode, 0u);
+    QTDScreen* screen = s.screen();
+    ASSERT_NE(screen, nullptr);
+    ASSERT_TRUE(screen->ready());
+    BrxComponent* component = s.facade.GetComponent();
+
+    EXPECT_EQ(component->SetParamInt("display.fit", 2), 0u);
+    EXPECT_EQ(screen->fit(), 2);
+    EXPECT_EQ(s.facade.display->properties.get("display.view.fit"), "2");
+
+    // At the image's corner, from somewhere else, as the screen itself puts it.
+    screen->props.set("fit", "0", true);
+    screen->scale(0.1, false);
+    screen->at(0.7, 0.7);
+    s.facade.RunCommand("display.atcenter");
+    const double cx = screen->centerX, cy = screen->centerY;
+    EXPECT_LT(cx, 0.7);
+    EXPECT_LT(cy, 0.7);
+    screen->at(0.0, 0.0);
+    EXPECT_DOUBLE_EQ(screen->centerX, cx);
+    EXPECT_DOUBLE_EQ(screen->centerY, cy);
+
+    // A point of the image to the window and back; the window's fraction is dropped.
+    screen->scale(0.5, false);
+    int x = 10, y = 20;
+    EXPECT_EQ(s.facade.Translate(&x, &y, 0), 0);
+    double wx = 10, wy = 20;
+    screen->translate(&wx, &wy, "img", "win", true, false);
+    EXPECT_EQ(x, int(wx));
+    EXPECT_EQ(y, int(wy));
+    EXPECT_EQ(s.facade.Translate(&x, &y, 1), 0);
+    double ix = int(wx), iy = int(wy);
+    screen->translate(&ix, &iy, "win", "img", true, false);
+    EXPECT_EQ(x, int(ix));
+    EXPECT_EQ(y, int(iy));
+
+    const double before = screen->scale();
+    EXPECT_EQ(s.facade.RunCommand("display.zoom.in"), 0u);
+    EXPECT_LT(screen->scale(), before);
+    EXPECT_EQ(s.facade.RunCommand("display.zoom.out"), 0u);
+    EXPECT_DOUBLE_EQ(screen->scale(), before);
+}
+
+TEST(FacadeCommands, TextThroughTheRealWindow) {
+    Shown s;
+    ASSERT_EQ(s.initCode, 0u);
+    s.facade.properties.set("text.text", "hello", true);
+    s.facade.properties.set("text.pos.x", "4", true);
+    s.facade.properties.set("text.pos.y", "5", true);
+    EXPECT_EQ(s.facade.RunCommand("text.add"), 0u);
+    const std::string id = s.facade.properties.get("objectID");
+    ASSERT_FALSE(id.empty());
+    EXPECT_TRUE(s.drawn(id));
+    EXPECT_EQ(s.facade.RunCommand("text.del"), 0u);
+    EXPECT_FALSE(s.drawn(id));
+    EXPECT_EQ(s.facade.properties.get("objectID"), "");
+    EXPECT_EQ(s.facade.RunCommand("text.del"), Failed);
+}
