@@ -4,6 +4,7 @@
 // by which the chain chooses its stages and the stages choose their conversions.
 
 #include "core/StatusWord.h"
+#include "image/ColorModelDescription.h"
 
 #include <brx/BrxImage.h>
 #include <brx/BrxImgProcessingChain.h>
@@ -37,38 +38,8 @@ inline constexpr uint32_t statusWord(int code, unsigned char typeID = ComponentT
     return code == 0 ? 0u : QTD::statusWord(typeID, uint32_t(code) & 0xFFFFu);
 }
 
-// Pixel types the stages name directly.
-namespace PixelType {
-inline constexpr uint32_t Mono8 = 0x01080101;
-inline constexpr uint32_t Mono10 = 0x01100202;
-inline constexpr uint32_t Mono12 = 0x01100306;
-inline constexpr uint32_t Mono14 = 0x0110040A;
-inline constexpr uint32_t Mono16 = 0x0110050B;
-inline constexpr uint32_t Mono10p = 0x010A2203;
-inline constexpr uint32_t Mono12p = 0x010C2307;
-inline constexpr uint32_t Mono10Packed = 0x010C1204;
-inline constexpr uint32_t Mono12Packed = 0x010C1308;
-inline constexpr uint32_t RGB8 = 0x02180171;
-inline constexpr uint32_t BGR8 = 0x02180172;
-inline constexpr uint32_t RGB10 = 0x02300275;
-inline constexpr uint32_t BGR10 = 0x02300276;
-inline constexpr uint32_t RGB12 = 0x02300377;
-inline constexpr uint32_t BGR12 = 0x02300378;
-inline constexpr uint32_t RGB16 = 0x0230057B;
-inline constexpr uint32_t BGR16 = 0x0230057C;
-inline constexpr uint32_t YUV422_8_UYVY = 0x05100180;
-inline constexpr uint32_t YUV422_8 = 0x05100181;
-inline constexpr uint32_t BayerGR8 = 0x0308010D;
-inline constexpr uint32_t BayerRG8 = 0x0308010E;
-inline constexpr uint32_t BayerBG8 = 0x03080110;
-inline constexpr uint32_t BayerGB8 = 0x0308010F;
-inline constexpr uint32_t BayerGR12 = 0x03100315;
-inline constexpr uint32_t BayerRG12 = 0x03100316;
-inline constexpr uint32_t BayerGB10Packed = 0x030C121E;
-inline constexpr uint32_t BayerRG12p = 0x030C2323;
-inline constexpr uint32_t TrueSense_BGGR_WBBW_0_8 = 0x04080131;
-inline constexpr uint32_t TrueSense_BGGR_WBBW_0_12 = 0x04100351;
-} // namespace PixelType
+// The named pixel types live beside the colour model table.
+namespace PixelType = QTD::PixelType;
 
 // Bit-packed mono and Bayer: what the unpack stage takes.
 inline constexpr uint32_t PACKED_INDEX[20] = {
