@@ -7,6 +7,7 @@
 #include "core/ParamsHelper.h"
 #include "core/Thread.h"
 #include "image/QTDImageHelpers.h"
+#include "image/TextParser.h"
 #include "screen/DrawObjects.h"
 #include "screen/QTDScreen.h"
 #include "screen/QTDSurface.h"
@@ -27,6 +28,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <exception>
 
 using QTD::ATTR;
 using namespace QTD::Procs;
@@ -883,9 +885,77 @@ int QTDDisplay::RunCommandDisplayOverlay(const char* command, Map* params) {
     if (params == nullptr || !listed(COMMANDS_OVERLAY, ATTR(command))) {
         return 0;
     }
-    // The overlay commands act on the window's draw objects, which this build does not have
-    // yet: each is known and answered as not done.
-    return 0;
+    // Numbers in the parameters that do not read make the command fail, not the caller.
+    try {
+        return runOverlayCommand(ATTR(command), *params);
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
+
+int QTDDisplay::runOverlayCommand(const ATTR& name, Map& params) {
+    QTD::ParamsHelper helper(&params);
+    // A key the caller left out takes the bag's overlay style, then the built-in value.
+    auto styled = [this, &params](const char* key, const char* bagKey, const char* fallback) {
+        if (params.find(key) == params.end()) {
+            params[key] = properties.get(bagKey, fallback, true);
+        }
+    };
+    auto idBack = [&helper](const ATTR& id) {
+        helper.set("objectID", id, true);
+        return id.empty() ? 0 : 1;
+    };
+    if (name.same("cmd.display.overlay.params", true)) {
+        SetOverlayProperties(static_cast<Map*>(helper.getAs<void*>("props")));
+        SetOverlayVariables(static_cast<Map*>(helper.getAs<void*>("vars")));
+        properties.set(
+            "display.overlay.text.font",
+            helper.get("text.font", properties.get("display.overlay.text.font", "", true)), true);
+        properties.set("display.overlay.text.clr",
+                       helper.get("text.clr", properties.get("display.overlay.text.clr", "", true)),
+                       true);
+        return 1;
+    }
+    if (name.same("cmd.display.overlay.text.add", true)) {
+        styled("text.font", "display.overlay.text.font", "default");
+        styled("text.clr", "display.overlay.text.clr", "0");
+        const ATTR text = helper.get("text.text");
+        const int x = helper.getAs<int>("text.pos.x", "0");
+        const int y = helper.getAs<int>("text.pos.y", "0");
+        return idBack(SetOverlayText(text.c_str(), x, y, &params));
+    }
+    if (name.same("cmd.display.overlay.rect.add", true)) {
+        styled("line.width", "display.overlay.line.width", "1");
+        styled("line.clr", "display.overlay.line.clr", "0");
+        const int x = helper.getAs<int>("rect.x", "0");
+        const int y = helper.getAs<int>("rect.y", "0");
+        const int w = helper.getAs<int>("rect.w", "0");
+        const int h = helper.getAs<int>("rect.h", "0");
+        return idBack(SetOverlayRect(x, y, w, h, &params));
+    }
+    if (name.same("cmd.display.overlay.profline.add", true)) {
+        styled("line.width", "display.overlay.line.width", "1");
+        styled("line.clr", "display.overlay.line.clr", "0");
+        const int x0 = helper.getAs<int>("x0", "0");
+        const int y0 = helper.getAs<int>("y0", "0");
+        const int x1 = helper.getAs<int>("x1", "0");
+        const int y1 = helper.getAs<int>("y1", "0");
+        return idBack(SetOverlayProfileLine(x0, y0, x1, y1, &params));
+    }
+    if (name.same("cmd.display.overlay.add", true)) {
+        // The names lack their "cmd." prefix and match nothing: text and rectangles are never
+        // drawn by this command, and callers have come to rely on its answer.
+        const ATTR type = helper.get("type");
+        if (type.same("text")) {
+            return RunCommandParams("display.overlay.text.add", &params);
+        }
+        if (type.same("rect")) {
+            return RunCommandParams("display.overlay.rect.add", &params);
+        }
+        return 1;
+    }
+    // The three deletions.
+    return DelOverlayObject(helper.get("objectID").c_str()) ? 1 : 0;
 }
 
 int QTDDisplay::RunCommandSystemMenu(const char* command, Map* params) {
@@ -1010,17 +1080,25 @@ bool QTDDisplay::SetScale(double scale, bool redraw) {
 // Overlays
 
 bool QTDDisplay::SetOverlayProperties(Map* props) {
-    (void)props;
     std::lock_guard<std::recursive_mutex> setup(setupLock);
-    // The window's overlay properties come with its draw objects.
-    return false;
+    if (!showing() || props == nullptr) {
+        return false;
+    }
+    getWindow()->drawObjects.defaults = *props;
+    return true;
 }
 
 bool QTDDisplay::SetOverlayVariables(Map* vars) {
-    (void)vars;
     std::lock_guard<std::recursive_mutex> setup(setupLock);
-    // The window's overlay variables come with its draw objects.
-    return false;
+    if (!showing() || vars == nullptr) {
+        return false;
+    }
+    QTD::TextParser* parser = getWindow()->drawObjects.parser();
+    if (parser == nullptr) {
+        return false;
+    }
+    parser->vars = *vars;
+    return true;
 }
 
 QTD::ATTR QTDDisplay::SetOverlayText(const char* text, int x, int y, Map* params) {
@@ -1086,9 +1164,35 @@ bool QTDDisplay::DelOverlayObject(const char* id) {
 }
 
 int QTDDisplay::getProfileLines(int** lines) {
-    (void)lines;
-    // Profile lines are draw objects of the window; none exist in this build.
-    return 0;
+    QTDWindow* window = getWindow();
+    if (window == nullptr) {
+        return 0;
+    }
+    QTD::DrawObjects& objects = window->drawObjects;
+    static const char* const Keys[4] = {"x0", "y0", "x1", "y1"};
+    int count = 0;
+    // From the last line to the first, as the window counts for deletion; each in the
+    // coordinates it was given.
+    for (int i = objects.count() - 1; i >= 0; --i) {
+        QTD::PROPERTIES* object = objects.at(i);
+        if (object == nullptr || !object->get("type").same("line")) {
+            continue;
+        }
+        if (lines != nullptr && *lines != nullptr) {
+            for (int k = 0; k < 4; ++k) {
+                ATTR value = object->get(Keys[k]);
+                object->find(ATTR(Keys[k]) + ".cs", &value);
+                // A coordinate that does not read is given as 0.
+                try {
+                    (*lines)[count * 4 + k] = value.as<int>();
+                } catch (const std::exception&) {
+                    (*lines)[count * 4 + k] = 0;
+                }
+            }
+        }
+        ++count;
+    }
+    return count;
 }
 
 void QTDDisplay::deleteProfileLine(int index) {

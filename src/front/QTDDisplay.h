@@ -62,6 +62,8 @@ public:
     void DeleteConverter() override;
     // Converts on the controller's thread while the caller waits. Status word.
     uint32_t ConvertImage(BrxImage* source, BrxImage* target) override;
+    // The number of profile lines. With `lines` and `*lines` not null, writes four numbers per
+    // line (x0, y0, x1, y1) into `*lines`, which must hold them: ask for the count first.
     int getProfileLines(int** lines) override;
     void deleteProfileLine(int index) override;
     void setActiveProfileLine(int index) override;
@@ -177,4 +179,6 @@ private:
     void scaleFromMenu(double scale);
     void deleteTimer();
     void drawInfo();
+    // The overlay commands, once they are known and have their parameters.
+    int runOverlayCommand(const QTD::ATTR& name, Map& params);
 };

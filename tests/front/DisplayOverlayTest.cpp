@@ -1,0 +1,143 @@
+// The controller's overlay commands and profile lines, down to the window's draw objects.
+
+#include "FrontTestSupport.h"
+
+#include "front/QTDDisplay.h"
+#include "image/TextParser.h"
+#include "screen/QTDScreen.h"
+#include "window/QTDWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace FrontTest;
+using Params = std::map<std::string, std::string>;
+
+namespace {
+
+struct Shown {
+    Shown() : widget(host(320, 240)), display(widget.get(), false) {
+        format = makeMono8(64, 48, 1);
+        initCode = display.Init(format.get());
+        if (initCode == 0) {
+            display.ProcessImage(format.get());
+            pumpUntil([&] { return display.processedCounter.frames.load() == 1; });
+        }
+    }
+    QTD::DrawObjects& objects() { return display.getWindow()->drawObjects; }
+    QTD::PROPERTIES* object(std::string const& id) { return objects().find(id, true); }
+    std::unique_ptr<QWidget> widget;
+    QTDDisplay display;
+    Image format;
+    uint32_t initCode = 0;
+};
+
+} // namespace
+
+TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
+    Shown s;
+    ASSERT_EQ(s.initCode, 0u);
+    QTDDisplay& d = s.display;
+    Params text{{"text.text", "hello"}, {"text.pos.x", "5"}, {"text.pos.y", "9"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &text), 1);
+    ASSERT_FALSE(text["objectID"].empty());
+    QTD::PROPERTIES* t = s.object(text["objectID"]);
+    ASSERT_NE(t, nullptr);
+    EXPECT_EQ(t->get("text"), "hello");
+    EXPECT_EQ(t->get("x"), "5");
+    EXPECT_EQ(t->get("text.font"), "default");
+    EXPECT_EQ(t->get("text.clr"), "0");
+
+    // The bag's overlay style stands in for missing keys.
+    Params style{{"text.font", "bold"}, {"text.clr", "255"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.params", &style), 1);
+    EXPECT_EQ(d.properties.get("display.overlay.text.font"), "bold");
+    d.properties.set("display.overlay.line.width", "3", true);
+    Params rect{{"rect.x", "1"}, {"rect.y", "2"}, {"rect.w", "30"}, {"rect.h", "20"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.add", &rect), 1);
+    QTD::PROPERTIES* r = s.object(rect["objectID"]);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->get("type"), "rect");
+    EXPECT_EQ(r->get("w"), "30");
+    EXPECT_EQ(r->get("line.width"), "3");
+    EXPECT_EQ(r->get("line.clr"), "0");
+    Params second{{"text.text", "x"}, {"text.pos.x", "1"}, {"text.pos.y", "-1"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &second), 1);
+    EXPECT_EQ(s.object(second["objectID"])->get("text.font"), "bold");
+    EXPECT_EQ(s.object(second["objectID"])->get("placement"), "1");
+
+    // "add" names commands without their prefix: nothing is drawn for text and rectangles.
+    const int before = s.objects().count();
+    Params add{{"type", "text"}, {"text.text", "y"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.add", &add), 0);
+    Params other{{"type", "circle"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.add", &other), 1);
+    EXPECT_EQ(s.objects().count(), before);
+
+    // Deletion by id, any of the three names; unknown ids are not there to delete.
+    Params del{{"objectID", text["objectID"]}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.del", &del), 1);
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.del", &del), 0);
+    Params none{{"objectID", "nosuch"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.del", &none), 0);
+    // An empty text sets nothing.
+    Params empty{{"text.text", ""}, {"text.pos.x", "1"}, {"text.pos.y", "1"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &empty), 0);
+    // Bad numbers are refused, not fatal.
+    Params bad{{"rect.x", "left"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.add", &bad), 0);
+}
+
+TEST(DisplayOverlay, PropertiesAndVariablesReachTheDrawObjects) {
+    Shown s;
+    ASSERT_EQ(s.initCode, 0u);
+    Params props{{"line.clr", "65280"}};
+    Params vars{{"who", "camera 2"}};
+    Params command{{"props", QTD::ATTR(static_cast<void*>(&props))},
+                   {"vars", QTD::ATTR(static_cast<void*>(&vars))}};
+    EXPECT_EQ(s.display.RunCommandParams("cmd.display.overlay.params", &command), 1);
+    EXPECT_EQ(s.objects().defaults.get("line.clr"), "65280");
+    ASSERT_NE(s.objects().parser(), nullptr);
+    EXPECT_EQ(s.objects().parser()->parse("${who}"), "camera 2");
+    EXPECT_FALSE(s.display.SetOverlayProperties(nullptr));
+}
+
+TEST(DisplayOverlay, ProfileLinesAreListedFromTheLastAsGiven) {
+    Shown s;
+    ASSERT_EQ(s.initCode, 0u);
+    QTDDisplay& d = s.display;
+    Params a{{"x0", "1"}, {"y0", "2"}, {"x1", "3"}, {"y1", "4"}};
+    Params b{{"x0", "10"}, {"y0", "20"}, {"x1", "30"}, {"y1", "40"}, {"cs", "img"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.profline.add", &a), 1);
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.profline.add", &b), 1);
+    EXPECT_EQ(s.object(a["objectID"])->get("line.width"), "1");
+    EXPECT_EQ(d.getProfileLines(nullptr), 2);
+    std::vector<int> coordinates(8, -7);
+    int* buffer = coordinates.data();
+    EXPECT_EQ(d.getProfileLines(&buffer), 2);
+    // The last line first, in the coordinates it was given.
+    EXPECT_EQ(coordinates, (std::vector<int>{10, 20, 30, 40, 1, 2, 3, 4}));
+
+    d.setActiveProfileLine(0);
+    EXPECT_EQ(s.objects().activeLineIndex(), 0);
+    d.deleteProfileLine(0);
+    EXPECT_EQ(d.getProfileLines(nullptr), 1);
+    EXPECT_TRUE(s.objects().isExist(a["objectID"], "line"));
+    d.clearProfileLines();
+    EXPECT_EQ(d.getProfileLines(nullptr), 0);
+}
+
+TEST(DisplayOverlay, NothingWithoutAShownImage) {
+    QTDDisplay d(nullptr, false);
+    Params text{{"text.text", "hello"}, {"text.pos.x", "5"}, {"text.pos.y", "9"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &text), 0);
+    Params line{{"x0", "1"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.profline.add", &line), 0);
+    Params props{{"props", "0"}, {"vars", "0"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.params", &props), 1);
+    EXPECT_EQ(d.getProfileLines(nullptr), 0);
+    d.deleteProfileLine(0);
+    d.clearProfileLines();
+    d.setActiveProfileLine(1);
+}
