@@ -12,12 +12,14 @@
 #include <QDoubleSpinBox>
 #include <QFileDialog>
 #include <QFormLayout>
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QImageReader>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -33,7 +35,14 @@ ViewerWindow::ViewerWindow(const Settings& chosen) : settings(chosen) {
     host = new QWidget(central);
     host->setMinimumSize(320, 240);
     row->addWidget(host, 1);
-    row->addWidget(buildControls());
+    // The controls scroll when the window is short.
+    auto* scroller = new QScrollArea(central);
+    scroller->setWidget(buildControls());
+    scroller->setWidgetResizable(true);
+    scroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller->setFixedWidth(300);
+    scroller->setFrameShape(QFrame::NoFrame);
+    row->addWidget(scroller);
     setCentralWidget(central);
 
     display = BrxDisplayCPU::CreateComponent(host);
@@ -55,7 +64,7 @@ ViewerWindow::~ViewerWindow() {
 
 QWidget* ViewerWindow::buildControls() {
     auto* panel = new QWidget(this);
-    panel->setFixedWidth(280);
+
     auto* column = new QVBoxLayout(panel);
 
     auto* camera = new QGroupBox("Source", panel);
@@ -91,7 +100,7 @@ QWidget* ViewerWindow::buildControls() {
     column->addWidget(camera);
 
     auto* view = new QGroupBox("View", panel);
-    auto* grid = new QHBoxLayout(view);
+    auto* grid = new QGridLayout(view);
     struct Button {
         const char* text;
         const char* command;
@@ -101,18 +110,19 @@ QWidget* ViewerWindow::buildControls() {
         {"Fit", "cmd.display.view.fit", {{"mode", "1"}}},
         {"Fill", "cmd.display.view.fit", {{"mode", "2"}}},
         {"1:1", "cmd.display.view.fit", {{"mode", "3"}}},
-        {"+", "cmd.display.view.zoom.in", {}},
-        {"-", "cmd.display.view.zoom.out", {}},
+        {"Zoom in", "cmd.display.view.zoom.in", {}},
+        {"Zoom out", "cmd.display.view.zoom.out", {}},
         {"Centre", "cmd.display.view.at", {{"pos.x", "0.5"}, {"pos.y", "0.5"}}},
     };
+    int at = 0;
     for (const Button& b : buttons) {
         auto* button = new QPushButton(b.text, view);
-        button->setMaximumWidth(44);
         const std::string name = b.command;
         const auto params = b.params;
         connect(button, &QPushButton::clicked, this,
                 [this, name, params] { command(name.c_str(), params); });
-        grid->addWidget(button);
+        grid->addWidget(button, at / 3, at % 3);
+        ++at;
     }
     column->addWidget(view);
 
@@ -121,7 +131,7 @@ QWidget* ViewerWindow::buildControls() {
     statusBox = new QCheckBox("Status line", show);
     auto* infoBox = new QCheckBox("Info line", show);
     colorationBox = new QCheckBox("Exposure coloration", show);
-    overlayBox = new QCheckBox("Overlay example (text, rectangle, profile line)", show);
+    overlayBox = new QCheckBox("Overlay: text, rectangle, profile line", show);
     showColumn->addWidget(statusBox);
     showColumn->addWidget(infoBox);
     showColumn->addWidget(colorationBox);
@@ -363,12 +373,12 @@ void ViewerWindow::showOverlay() {
     hideOverlay();
     const int w = fixedFrame ? int(fixedFrame->width()) : settings.width;
     const int h = fixedFrame ? int(fixedFrame->height()) : settings.height;
-    // A text placed by rule (4: top right), a rectangle round the zone plate and a profile
+    // A text placed by rule (3: bottom right), a rectangle round the zone plate and a profile
     // line across the colour bars, both in image coordinates: they follow zoom and scroll.
     std::map<std::string, std::string> text{{"text.text", "BrxDisplayQt demo"},
-                                            {"text.pos.x", "4"},
+                                            {"text.pos.x", "3"},
                                             {"text.pos.y", "-1"},
-                                            {"text.clr", std::to_string(0x00FFFF)}};
+                                            {"text.clr", std::to_string(0xFF0000)}};
     std::map<std::string, std::string> rect{{"rect.x", std::to_string(w / 16)},
                                             {"rect.y", std::to_string(h / 3 + h / 24)},
                                             {"rect.w", std::to_string(w / 2 - w / 8)},

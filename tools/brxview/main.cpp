@@ -21,11 +21,12 @@ namespace {
 const char* const USAGE =
     "usage: brxview [--format NAME] [--size WxH] [--fps RATE] [--file PATH [--raw-size WxH]]\n"
     "               [--no-status] [--no-overlay]\n"
-    "               [--headless] [--frames N] [--screenshot OUT.png]\n"
+    "               [--window WxH] [--headless] [--frames N] [--screenshot OUT.png]\n"
     "  --format      camera pixel format of the synthetic camera or the file (RGB8)\n"
     "  --size        synthetic camera size (1024x768)\n"
     "  --fps         frames a second offered to the display (30)\n"
     "  --file        a PNG/TIFF picture, packed into --format, or a raw frame with --raw-size\n"
+    "  --window      size of the viewer's window (1400x900)\n"
     "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
     "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
 
@@ -34,6 +35,8 @@ struct Options {
     bool headless = false;
     std::string screenshot = "brxview.png";
     uint64_t frames = 100;
+    int windowWidth = 1400;
+    int windowHeight = 900;
 };
 
 bool parseSize(const char* text, int& w, int& h) {
@@ -101,6 +104,13 @@ int parse(int argc, char** argv, Options& o) {
             if (!(v = value("--raw-size")))
                 return 2;
             o.settings.rawSize = v;
+        } else if (a == "--window") {
+            if (!(v = value("--window")))
+                return 2;
+            if (!parseSize(v, o.windowWidth, o.windowHeight)) {
+                std::fprintf(stderr, "brxview: bad window size %s, expected WIDTHxHEIGHT\n", v);
+                return 2;
+            }
         } else if (a == "--frames") {
             if (!(v = value("--frames")))
                 return 2;
@@ -161,7 +171,7 @@ void pump(int ms) {
 }
 
 int runHeadless(ViewerWindow& window, const Options& o) {
-    window.resize(1400, 900);
+    window.resize(o.windowWidth, o.windowHeight);
     window.show();
     pump(300);
     QElapsedTimer clock;
@@ -231,7 +241,7 @@ int main(int argc, char** argv) {
     if (options.headless) {
         return runHeadless(window, options);
     }
-    window.resize(1400, 900);
+    window.resize(options.windowWidth, options.windowHeight);
     window.show();
     QTimer::singleShot(0, &window, [&window] { window.start(); });
     return app.exec();
