@@ -78,7 +78,7 @@ bool ComponentImpl::lookup(char const* name, ATTR& value) {
     return properties.find(ATTR(name), &value, true);
 }
 
-unsigned int ComponentImpl::GetParamBool(char const* name, bool* value) {
+template <typename T> unsigned int ComponentImpl::getTyped(char const* name, T* value) {
     if (process(false, name, ATTR(static_cast<void*>(value))))
         return 1;
     ATTR text;
@@ -86,32 +86,20 @@ unsigned int ComponentImpl::GetParamBool(char const* name, bool* value) {
         return status(STATUS_NO_PARAMETER);
     if (!value)
         return status(STATUS_BAD_ARGUMENT);
-    *value = text.as<bool>();
+    *value = text.as<T>();
     return 0;
+}
+
+unsigned int ComponentImpl::GetParamBool(char const* name, bool* value) {
+    return getTyped(name, value);
 }
 
 unsigned int ComponentImpl::GetParamInt(char const* name, long* value) {
-    if (process(false, name, ATTR(static_cast<void*>(value))))
-        return 1;
-    ATTR text;
-    if (!lookup(name, text))
-        return status(STATUS_NO_PARAMETER);
-    if (!value)
-        return status(STATUS_BAD_ARGUMENT);
-    *value = text.as<long>();
-    return 0;
+    return getTyped(name, value);
 }
 
 unsigned int ComponentImpl::GetParamFloat(char const* name, double* value) {
-    if (process(false, name, ATTR(static_cast<void*>(value))))
-        return 1;
-    ATTR text;
-    if (!lookup(name, text))
-        return status(STATUS_NO_PARAMETER);
-    if (!value)
-        return status(STATUS_BAD_ARGUMENT);
-    *value = text.as<double>();
-    return 0;
+    return getTyped(name, value);
 }
 
 unsigned int ComponentImpl::GetParamString(char const* name, char* value, unsigned int* size) {

@@ -59,6 +59,9 @@ public:
 
 private:
     unsigned int setTyped(char const* name, ATTR const& text);
+    // The typed reads: offered to the get processor with the caller's address, else parsed
+    // from the bag.
+    template <typename T> unsigned int getTyped(char const* name, T* value);
     // Copies the value of `name` out under the bag's lock, so that a writer on another thread
     // cannot move the rows under the read; false if there is no such row.
     bool lookup(char const* name, ATTR& value);
