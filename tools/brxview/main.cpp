@@ -8,6 +8,7 @@
 #include <QScreen>
 #include <QThread>
 #include <QTimer>
+#include <QWindow>
 
 #include <cstdio>
 #include <cstdlib>
@@ -156,8 +157,7 @@ void reexecUnderXvfb(int argc, char** argv) {
     }
     args.push_back(nullptr);
     execvp("xvfb-run", args.data());
-    // No xvfb-run: go on with Qt's offscreen platform, which can't show the display's window.
-    std::fprintf(stderr, "brxview: xvfb-run not found; the screenshot will lack the picture\n");
+    // No xvfb-run: go on with Qt's offscreen platform.
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
@@ -200,7 +200,20 @@ int runHeadless(ViewerWindow& window, const Options& o) {
         const QPoint at = window.mapToGlobal(QPoint(0, 0));
         shot = screen->grabWindow(0, at.x(), at.y(), window.width(), window.height());
     } else {
+        // Qt's offscreen platform keeps each native window in a store of its own: the widgets
+        // come from the main window's, the picture from the display's window, laid on top.
         shot = window.grab();
+        QPainter painter(&shot);
+        for (QWindow* child : QGuiApplication::allWindows()) {
+            if (child->parent() == nullptr || !child->isExposed() || screen == nullptr) {
+                continue;
+            }
+            const QPixmap part = screen->grabWindow(child->winId());
+            const QPoint at = child->mapToGlobal(QPoint(0, 0)) - window.mapToGlobal(QPoint(0, 0));
+            if (!part.isNull()) {
+                painter.drawPixmap(at, part);
+            }
+        }
     }
     const bool saved = !shot.isNull() && shot.save(QString::fromStdString(o.screenshot));
     const QRect view = window.viewRect();
