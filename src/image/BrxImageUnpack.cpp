@@ -95,6 +95,33 @@ bool sourceTooSmall(BrxImage const* source, uint64_t needed, const char* what) {
     return true;
 }
 
+// The target's own stride as a row step, kept even for 16-bit words.
+int64_t targetRowStep(BrxImage const* target, bool bytes) {
+    return bytes ? int64_t(int32_t(target->stride)) : int64_t(int32_t(target->stride) / 2) * 2;
+}
+
+// The first byte of a target prepared for `height` rows `rowStep` apart, each `width` pixels of
+// one byte (`bytes`) or two; null if the rows cannot be placed.
+uint8_t* prepareRows(BrxImage* target, uint64_t needed, uint64_t height, int64_t rowStep,
+                     uint64_t width, bool bytes) {
+    bool ok = false;
+    const uint64_t extent = extentOf(height, rowStep, width * (bytes ? 1 : 2), ok);
+    return ok ? prepareTarget(target, needed, extent) : nullptr;
+}
+
+// Calls `row(index, dst)` for every row, with `dst` typed as the target's samples.
+template <class Row>
+int writeRows(uint8_t* out, int64_t rowStep, uint64_t height, bool bytes, Row row) {
+    for (uint64_t index = 0; index < height; ++index) {
+        uint8_t* dst = out + index * rowStep;
+        if (bytes)
+            row(index, dst);
+        else
+            row(index, reinterpret_cast<uint16_t*>(dst));
+    }
+    return 1;
+}
+
 // --- Vector paths: sixteen pixels a step, each 128-bit half taking its own run of bytes -------
 
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
@@ -199,6 +226,28 @@ struct Layout12p {};
 template <int Bits> struct LayoutG {};
 #endif
 
+// `count` pixels in groups of four, `GroupBytes` bytes each: as many as the vector path of
+// layout L takes, then eight-byte reads while they stay before `end`, zero-padded reads after,
+// and a last partial group. `put(v, out)` writes the four pixels of the eight bytes in v.
+template <class L, int GroupBytes, typename T, class Put>
+void runGroups(const uint8_t* src, const uint8_t* end, uint64_t count, T* out, Put put) {
+    const uint64_t vec = vectorRun<L>(src, end, count, out); // a multiple of 4 pixels
+    src += vec / 4 * GroupBytes, out += vec, count -= vec;
+    const uint64_t groups = count / 4;
+    uint64_t fast = 0;
+    if (end - src >= 8)
+        fast = std::min(groups, static_cast<uint64_t>((end - src - 8) / GroupBytes + 1));
+    for (uint64_t g = 0; g < fast; ++g)
+        put(load64(src + GroupBytes * g), out + 4 * g);
+    for (uint64_t g = fast; g < groups; ++g)
+        put(loadTail(src + GroupBytes * g, end), out + 4 * g);
+    if (uint64_t rest = count % 4) {
+        T last[4];
+        put(loadTail(src + GroupBytes * groups, end), last);
+        std::copy(last, last + rest, out + 4 * groups);
+    }
+}
+
 // --- Mono10p: 5 bytes, 4 pixels, least significant bits first -------------------------------
 
 inline void put10p(uint64_t v, uint16_t* out) {
@@ -216,21 +265,7 @@ inline void put10p(uint64_t v, uint8_t* out) {
 }
 
 template <typename T> void row10p(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
-    const uint64_t vec = vectorRun<Layout10p>(src, end, width, out); // a multiple of 4 pixels
-    src += vec / 4 * 5, out += vec, width -= vec;
-    uint64_t groups = width / 4;
-    uint64_t fast = 0;
-    if (end - src >= 8)
-        fast = std::min(groups, static_cast<uint64_t>((end - src - 8) / 5 + 1));
-    for (uint64_t g = 0; g < fast; ++g)
-        put10p(load64(src + 5 * g), out + 4 * g);
-    for (uint64_t g = fast; g < groups; ++g)
-        put10p(loadTail(src + 5 * g, end), out + 4 * g);
-    if (uint64_t rest = width % 4) {
-        T last[4];
-        put10p(loadTail(src + 5 * groups, end), last);
-        std::copy(last, last + rest, out + 4 * groups);
-    }
+    runGroups<Layout10p, 5>(src, end, width, out, [](uint64_t v, T* o) { put10p(v, o); });
 }
 
 // --- Mono12p: 3 bytes, 2 pixels, least significant bits first -------------------------------
@@ -261,21 +296,8 @@ void run12p(const uint8_t* base, const uint8_t* end, uint64_t first, uint64_t co
         src += 3;
         --count;
     }
-    const uint64_t vec = vectorRun<Layout12p>(src, end, count, out); // a multiple of 4 pixels
-    src += vec / 2 * 3, out += vec, count -= vec;
-    uint64_t quads = count / 4; // two groups, six bytes each step
-    uint64_t fast = 0;
-    if (end - src >= 8)
-        fast = std::min(quads, static_cast<uint64_t>((end - src - 8) / 6 + 1));
-    for (uint64_t q = 0; q < fast; ++q)
-        put12p(load64(src + 6 * q), out + 4 * q);
-    for (uint64_t q = fast; q < quads; ++q)
-        put12p(loadTail(src + 6 * q, end), out + 4 * q);
-    if (uint64_t rest = count % 4) {
-        T last[4];
-        put12p(loadTail(src + 6 * quads, end), last);
-        std::copy(last, last + rest, out + 4 * quads);
-    }
+    // Two groups of the format, six bytes, make one group of four pixels.
+    runGroups<Layout12p, 6>(src, end, count, out, [](uint64_t v, T* o) { put12p(v, o); });
 }
 
 // --- GigE Vision Packed: 3 bytes, 2 pixels, high bits in whole bytes --------------------------
@@ -302,21 +324,7 @@ template <int Bits> inline void putG(uint64_t v, uint8_t* out) {
 
 template <int Bits, typename T>
 void rowG(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
-    const uint64_t vec = vectorRun<LayoutG<Bits>>(src, end, width, out); // a multiple of 4 pixels
-    src += vec / 2 * 3, out += vec, width -= vec;
-    uint64_t quads = width / 4;
-    uint64_t fast = 0;
-    if (end - src >= 8)
-        fast = std::min(quads, static_cast<uint64_t>((end - src - 8) / 6 + 1));
-    for (uint64_t q = 0; q < fast; ++q)
-        putG<Bits>(load64(src + 6 * q), out + 4 * q);
-    for (uint64_t q = fast; q < quads; ++q)
-        putG<Bits>(loadTail(src + 6 * q, end), out + 4 * q);
-    if (uint64_t rest = width % 4) {
-        T last[4];
-        putG<Bits>(loadTail(src + 6 * quads, end), last);
-        std::copy(last, last + rest, out + 4 * quads);
-    }
+    runGroups<LayoutG<Bits>, 6>(src, end, width, out, [](uint64_t v, T* o) { putG<Bits>(v, o); });
 }
 
 template <int Bits> int unpackG(BrxImage const* source, BrxImage* target) {
@@ -329,23 +337,15 @@ template <int Bits> int unpackG(BrxImage const* source, BrxImage* target) {
     const bool bytes = byteOutput(target);
     const uint64_t stride16 = stride16For(width, 16);
     const uint64_t needed = bytes ? height * stride16 / 2 : height * stride16;
-    const int64_t rowStep =
-        bytes ? int64_t(int32_t(target->stride)) : int64_t(int32_t(target->stride) / 2) * 2;
-    bool ok = false;
-    uint64_t extent = extentOf(height, rowStep, width * (bytes ? 1 : 2), ok);
-    uint8_t* out = ok ? prepareTarget(target, needed, extent) : nullptr;
+    const int64_t rowStep = targetRowStep(target, bytes);
+    uint8_t* out = prepareRows(target, needed, height, rowStep, width, bytes);
     if (!out)
         return 0;
     const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
     const uint8_t* end = src + source->imageSize;
-    for (uint64_t row = 0; row < height; ++row) {
-        uint8_t* dst = out + row * rowStep;
-        if (bytes)
-            rowG<Bits>(src + row * rowBytes, end, width, dst);
-        else
-            rowG<Bits>(src + row * rowBytes, end, width, reinterpret_cast<uint16_t*>(dst));
-    }
-    return 1;
+    return writeRows(out, rowStep, height, bytes, [&](uint64_t row, auto* dst) {
+        rowG<Bits>(src + row * rowBytes, end, width, dst);
+    });
 }
 
 } // namespace
@@ -396,23 +396,15 @@ int BrxImageUnpack::Unpack_10p(BrxImage const* source, BrxImage* target) {
         return 0;
     const bool bytes = byteOutput(target);
     const uint64_t stride16 = stride16For(width, source->bitsPerPixel == 8 ? 8 : 16);
-    const uint64_t rowStep = bytes ? stride16 / 2 : stride16;
-    const uint64_t needed = height * rowStep;
-    bool ok = false;
-    uint64_t extent = extentOf(height, int64_t(rowStep), width * (bytes ? 1 : 2), ok);
-    uint8_t* out = prepareTarget(target, needed, extent);
+    const int64_t rowStep = int64_t(bytes ? stride16 / 2 : stride16);
+    uint8_t* out = prepareRows(target, height * rowStep, height, rowStep, width, bytes);
     if (!out)
         return 0;
     const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
     const uint8_t* end = src + source->imageSize;
-    for (uint64_t row = 0; row < height; ++row) {
-        uint8_t* dst = out + row * rowStep;
-        if (bytes)
-            row10p(src + row * rowBytes, end, width, dst);
-        else
-            row10p(src + row * rowBytes, end, width, reinterpret_cast<uint16_t*>(dst));
-    }
-    return 1;
+    return writeRows(out, rowStep, height, bytes, [&](uint64_t row, auto* dst) {
+        row10p(src + row * rowBytes, end, width, dst);
+    });
 }
 
 int BrxImageUnpack::Unpack_12p(BrxImage const* source, BrxImage* target) {
@@ -430,27 +422,18 @@ int BrxImageUnpack::Unpack_12p(BrxImage const* source, BrxImage* target) {
     if (!stream)
         rowStep = int64_t(bytes ? stride16 / 2 : stride16);
     else
-        rowStep =
-            bytes ? int64_t(int32_t(target->stride)) : int64_t(int32_t(target->stride) / 2) * 2;
+        rowStep = targetRowStep(target, bytes);
     if (sourceTooSmall(source, (width * height * 3 + 1) / 2, "Mono12p"))
         return 0;
     if (stream && source->imageSize < 3)
         return 0;
-    bool ok = false;
-    uint64_t extent = extentOf(height, rowStep, width * (bytes ? 1 : 2), ok);
-    uint8_t* out = ok ? prepareTarget(target, needed, extent) : nullptr;
+    uint8_t* out = prepareRows(target, needed, height, rowStep, width, bytes);
     if (!out)
         return 0;
     const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
     const uint8_t* end = src + source->imageSize;
-    for (uint64_t row = 0; row < height; ++row) {
-        uint8_t* dst = out + row * rowStep;
-        if (bytes)
-            run12p(src, end, row * width, width, dst);
-        else
-            run12p(src, end, row * width, width, reinterpret_cast<uint16_t*>(dst));
-    }
-    return 1;
+    return writeRows(out, rowStep, height, bytes,
+                     [&](uint64_t row, auto* dst) { run12p(src, end, row * width, width, dst); });
 }
 
 int Unpack_10g(BrxImage const* source, BrxImage* target) {
