@@ -8,6 +8,8 @@
 #include <QImage>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <regex>
@@ -36,17 +38,30 @@ bool isBackground(QRgb c) {
            std::abs(qBlue(c) - 0xC0) <= 2;
 }
 
-// Runs the viewer headless on the camera in `format` and checks the figures and the picture.
-// `environment` goes before the command: the platform to use.
-void checkHeadlessRun(const std::string& environment, const char* format) {
-    SCOPED_TRACE(format);
+using Bars = std::array<uint32_t, 8>;
+
+const Bars& sceneBars() {
+    static const Bars bars = [] {
+        Bars b;
+        std::copy(SyntheticScene::barColours, SyntheticScene::barColours + 8, b.begin());
+        return b;
+    }();
+    return bars;
+}
+
+// Runs the viewer headless on the camera in `format` and checks the figures, and that the
+// picture's colour bars show as `bars`. `environment` goes before the command, `options` after.
+void checkHeadlessRun(const std::string& environment, const char* format,
+                      const std::string& options = "", const Bars& bars = sceneBars()) {
+    SCOPED_TRACE(std::string(format) + " " + options);
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const std::string shot = dir.filePath("shot.png").toStdString();
     int status = -1;
-    const std::string out = run(environment + " " + BRXVIEW + " --headless --frames 40 --fps 20 " +
-                                    "--size 640x480 --format " + format + " --screenshot " + shot,
-                                status);
+    const std::string out =
+        run(environment + " " + BRXVIEW + " --headless --frames 40 --fps 20 " +
+                "--size 640x480 --format " + format + " " + options + " --screenshot " + shot,
+            status);
     ASSERT_EQ(status, 0) << out;
 
     std::smatch m;
@@ -86,7 +101,7 @@ void checkHeadlessRun(const std::string& environment, const char* format) {
         SCOPED_TRACE(bar);
         const int x = picture.left() + (2 * bar + 1) * picture.width() / 16;
         const QColor seen = image.pixelColor(x, y);
-        const uint32_t c = SyntheticScene::barColours[bar];
+        const uint32_t c = bars[size_t(bar)];
         EXPECT_NEAR(seen.red(), int(c >> 16), 24);
         EXPECT_NEAR(seen.green(), int((c >> 8) & 0xFF), 24);
         EXPECT_NEAR(seen.blue(), int(c & 0xFF), 24);
@@ -101,6 +116,18 @@ TEST(BrxViewHeadless, ShowsTheCameraOnQtsOffscreenPlatform) {
     // Where no xvfb-run is found the viewer runs offscreen and lays the display's own store
     // over the widgets.
     checkHeadlessRun("env BRXVIEW_UNDER_XVFB=1 QT_QPA_PLATFORM=offscreen", "RGB8");
+}
+
+TEST(BrxViewHeadless, ColourCorrectionAndExposureColorationReachTheScreen) {
+    // Half the red gain: full red shows at half level.
+    checkHeadlessRun(
+        "", "RGB8", "--gains 0.5,1,1",
+        {0x80FFFF, 0x80FF00, 0x00FFFF, 0x00FF00, 0x8000FF, 0x800000, 0x0000FF, 0x000000});
+    // The coloration paints white (over-exposed) red and black (under-exposed) green.
+    Bars painted = sceneBars();
+    painted[0] = 0xFF0000;
+    painted[7] = 0x00FF00;
+    checkHeadlessRun("", "RGB8", "--coloration", painted);
 }
 
 // Disabled while the window does not show demosaiced frames: the viewer's display stage is set

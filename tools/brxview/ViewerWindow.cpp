@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QSpinBox>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -129,7 +130,7 @@ QWidget* ViewerWindow::buildControls() {
     auto* show = new QGroupBox("Show", panel);
     auto* showColumn = new QVBoxLayout(show);
     statusBox = new QCheckBox("Status line", show);
-    auto* infoBox = new QCheckBox("Info line", show);
+    infoBox = new QCheckBox("Info line", show);
     colorationBox = new QCheckBox("Exposure coloration", show);
     overlayBox = new QCheckBox("Overlay: text, rectangle, profile line", show);
     showColumn->addWidget(statusBox);
@@ -269,10 +270,26 @@ bool ViewerWindow::start() {
     } else {
         toggleStatus(settings.status);
     }
-    if (colorationBox->isChecked()) {
+    if (colorationBox->isChecked() != settings.coloration) {
+        colorationBox->setChecked(settings.coloration);
+    } else if (settings.coloration) {
         toggleColoration(true);
     }
+    // The boxes carry the correction into the new chain.
+    {
+        const QSignalBlocker blocks[] = {QSignalBlocker(gain[0]), QSignalBlocker(gain[1]),
+                                         QSignalBlocker(gain[2]), QSignalBlocker(offsetBox),
+                                         QSignalBlocker(gammaBox)};
+        for (int i = 0; i < 3; ++i) {
+            gain[i]->setValue(settings.gains[i]);
+        }
+        offsetBox->setValue(settings.offset);
+        gammaBox->setValue(settings.gamma);
+    }
     applyCorrection();
+    if (infoBox->isChecked() != settings.info) {
+        infoBox->setChecked(settings.info);
+    }
     if (fixedFrame) {
         source.startFixed(display, fixedFrame, settings.fps, settings.frames);
     } else {
@@ -319,6 +336,11 @@ void ViewerWindow::chooseFile() {
 }
 
 void ViewerWindow::applyCorrection() {
+    for (int i = 0; i < 3; ++i) {
+        settings.gains[i] = gain[i]->value();
+    }
+    settings.offset = offsetBox->value();
+    settings.gamma = gammaBox->value();
     BrxImgProcessingChain* chain = display->GetProcessingChain();
     BrxImgProcessor* stage =
         chain != nullptr ? chain->GetProcessor("image.colorcorrection") : nullptr;
@@ -338,6 +360,7 @@ void ViewerWindow::applyCorrection() {
 }
 
 void ViewerWindow::toggleStatus(bool on) {
+    settings.status = on;
     // The command toggles; keep the display in step with the box.
     if (on != statusOn) {
         command("cmd.display.view.status");
@@ -346,6 +369,7 @@ void ViewerWindow::toggleStatus(bool on) {
 }
 
 void ViewerWindow::toggleInfo(bool on) {
+    settings.info = on;
     if (on != infoOn) {
         command("cmd.display.view.info");
         infoOn = on;
@@ -353,6 +377,7 @@ void ViewerWindow::toggleInfo(bool on) {
 }
 
 void ViewerWindow::toggleColoration(bool on) {
+    settings.coloration = on;
     BrxImgProcessingChain* chain = display->GetProcessingChain();
     BrxImgProcessor* stage = chain != nullptr ? chain->GetProcessor("image.coloration") : nullptr;
     if (stage != nullptr && stage->IsEnabled() != on) {
@@ -362,6 +387,7 @@ void ViewerWindow::toggleColoration(bool on) {
 }
 
 void ViewerWindow::toggleOverlay(bool on) {
+    settings.overlay = on;
     if (on) {
         showOverlay();
     } else {

@@ -34,6 +34,11 @@ public:
         std::string rawSize; // "WxH" for a raw file
         bool status = true;
         bool overlay = true;
+        bool info = false;
+        bool coloration = false;
+        double gains[3] = {1.0, 1.0, 1.0};
+        double offset = 0.0;
+        double gamma = 1.0;
         uint64_t frames = 0; // 0: run until closed
     };
 
@@ -86,6 +91,7 @@ private:
     QDoubleSpinBox* fpsBox = nullptr;
     QLabel* sourceLabel = nullptr;
     QCheckBox* statusBox = nullptr;
+    QCheckBox* infoBox = nullptr;
     QCheckBox* overlayBox = nullptr;
     QCheckBox* colorationBox = nullptr;
     QDoubleSpinBox* gain[3] = {nullptr, nullptr, nullptr};

@@ -21,13 +21,16 @@ namespace {
 
 const char* const USAGE =
     "usage: brxview [--format NAME] [--size WxH] [--fps RATE] [--file PATH [--raw-size WxH]]\n"
-    "               [--no-status] [--no-overlay]\n"
+    "               [--no-status] [--no-overlay] [--info] [--coloration]\n"
+    "               [--gains R,G,B] [--offset X] [--gamma X]\n"
     "               [--window WxH] [--headless] [--frames N] [--screenshot OUT.png]\n"
     "  --format      camera pixel format of the synthetic camera or the file (RGB8)\n"
     "  --size        synthetic camera size (1024x768)\n"
     "  --fps         frames a second offered to the display (30)\n"
     "  --file        a PNG/TIFF picture, packed into --format, or a raw frame with --raw-size\n"
     "  --window      size of the viewer's window (1400x900)\n"
+    "  --coloration  paint under- and over-exposed pixels (green, red)\n"
+    "  --gains ...   colour correction: gains, offset (a fraction of full scale), gamma\n"
     "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
     "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
 
@@ -73,6 +76,29 @@ int parse(int argc, char** argv, Options& o) {
             o.settings.status = false;
         } else if (a == "--no-overlay") {
             o.settings.overlay = false;
+        } else if (a == "--info") {
+            o.settings.info = true;
+        } else if (a == "--coloration") {
+            o.settings.coloration = true;
+        } else if (a == "--gains") {
+            if (!(v = value("--gains")))
+                return 2;
+            double* g = o.settings.gains;
+            char extra = 0;
+            if (std::sscanf(v, "%lf,%lf,%lf%c", &g[0], &g[1], &g[2], &extra) != 3) {
+                std::fprintf(stderr, "brxview: bad gains %s, expected R,G,B\n", v);
+                return 2;
+            }
+        } else if (a == "--offset" || a == "--gamma") {
+            if (!(v = value(a.c_str())))
+                return 2;
+            char* end = nullptr;
+            const double x = std::strtod(v, &end);
+            if (end == v || *end != 0) {
+                std::fprintf(stderr, "brxview: bad number %s\n", v);
+                return 2;
+            }
+            (a == "--offset" ? o.settings.offset : o.settings.gamma) = x;
         } else if (a == "--format") {
             if (!(v = value("--format")))
                 return 2;
