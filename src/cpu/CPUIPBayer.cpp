@@ -88,12 +88,7 @@ int CPUIPBayer::init(BrxImage* input, BrxImage* outputArg) {
         return CodeNoResources;
     }
     output = ownOutput;
-    inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, input);
-    outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, int(input->width), height, target);
-    if (inputFormat == nullptr || outputFormat == nullptr) {
-        return CodeNoResources;
-    }
-    return CodeOk;
+    return makeFormats(input, height, target);
 }
 
 uint32_t CPUIPBayer::ProcessImage(BrxImage* input, BrxImage* outputArg, void* context) {

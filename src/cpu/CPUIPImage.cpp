@@ -278,12 +278,7 @@ int CPUIPImage::init(BrxImage* input, BrxImage* outputArg) {
             return CodeNoResources;
         }
     }
-    inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, input);
-    outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, width, height, targetType);
-    if (inputFormat == nullptr || outputFormat == nullptr) {
-        return CodeNoResources;
-    }
-    return CodeOk;
+    return makeFormats(input, height, targetType);
 }
 
 uint32_t CPUIPImage::ProcessImage(BrxImage* input, BrxImage* outputArg, void* context) {

@@ -3,8 +3,6 @@
 #include "image/BrxImageUnpack.h"
 #include "image/QTDImageHelpers.h"
 
-#include <cstring>
-
 using namespace QTD::Procs;
 
 CPUIPUnpack::CPUIPUnpack(BrxComponent* parentComponent) : CpuStage(parentComponent) {}
@@ -26,40 +24,20 @@ int CPUIPUnpack::init(BrxImage* input, BrxImage* outputArg) {
         return CodeNoResources;
     }
     output = ownOutput;
-    inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, input);
-    outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, int(ownOutput->width), height,
-                                                      ownOutput->pixelType);
-    if (inputFormat == nullptr || outputFormat == nullptr) {
-        return CodeNoResources;
-    }
-    return CodeOk;
+    return makeFormats(input, height, ownOutput->pixelType);
 }
 
 uint32_t CPUIPUnpack::ProcessImage(BrxImage* input, BrxImage* outputArg, void* context) {
     (void)outputArg;
     (void)context;
     log.debug("CPUIPUnpack::ProcessImage()");
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    output = nullptr;
-    lastError = CodeOk;
-    // The type is tested on every image, so that a change of format is refused, not misread.
-    if (input == nullptr || ownOutput == nullptr || !isIn(PACKED_INDEX, input->pixelType)) {
-        lastError = CodeFailed;
-        return statusWord(lastError);
-    }
-    // The buffer was made for one geometry; another would not fit it.
-    if (input->width != ownOutput->width || input->height != ownOutput->height) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
-    }
-    void* const block = ownOutput->imageData;
-    if (!BrxImageUnpack::Unpack(input, ownOutput) || ownOutput->imageData != block) {
-        // A black image is shown rather than none.
-        std::memset(ownOutput->imageData, 0, ownOutput->imageSize);
-    }
-    output = ownOutput;
-    ownOutput->imageID = input->imageID;
-    return 0;
+    return decodeInto(
+        input, [](uint32_t type) { return isIn(PACKED_INDEX, type); },
+        [&] {
+            // A new block would leave the buffer that the chain hands on.
+            void* const block = ownOutput->imageData;
+            return BrxImageUnpack::Unpack(input, ownOutput) && ownOutput->imageData == block;
+        });
 }
 
 BrxDisplayCPU::Unpack* BrxDisplayCPU::Unpack::CreateComponent(BrxComponent* parent) {

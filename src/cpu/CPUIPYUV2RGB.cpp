@@ -2,7 +2,6 @@
 
 #include "image/QTDImageHelpers.h"
 
-#include <cstring>
 #include <exception>
 
 using namespace QTD::Procs;
@@ -25,13 +24,7 @@ int CPUIPYUV2RGB::init(BrxImage* input, BrxImage* outputArg) {
         return CodeNoResources;
     }
     output = ownOutput;
-    inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, input);
-    outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, int(ownOutput->width), height,
-                                                      ownOutput->pixelType);
-    if (inputFormat == nullptr || outputFormat == nullptr) {
-        return CodeNoResources;
-    }
-    return CodeOk;
+    return makeFormats(input, height, ownOutput->pixelType);
 }
 
 namespace {
@@ -50,34 +43,20 @@ uint32_t CPUIPYUV2RGB::ProcessImage(BrxImage* input, BrxImage* outputArg, void* 
     (void)outputArg;
     (void)context;
     log.debug("CPUIPYUV2RGB::ProcessImage()");
-    std::lock_guard<std::recursive_mutex> lock(stageLock);
-    output = nullptr;
-    lastError = CodeOk;
-    if (input == nullptr || ownOutput == nullptr || input->pixelType != PixelType::YUV422_8_UYVY) {
-        lastError = CodeFailed;
-        return statusWord(lastError);
-    }
-    if (input->width != ownOutput->width || input->height != ownOutput->height) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
-    }
-    bool converted = false;
-    if (input->imageData != nullptr && convertible(input, ownOutput)) {
-        try {
-            converted =
-                QTDImageHelpers::dataCbYCr422ToRGB8b(
-                    input, static_cast<char*>(ownOutput->imageData), int(ownOutput->stride)) != 0;
-        } catch (const std::exception&) {
-            converted = false;
-        }
-    }
-    if (!converted) {
-        // A black image is shown rather than none.
-        std::memset(ownOutput->imageData, 0, ownOutput->imageSize);
-    }
-    output = ownOutput;
-    ownOutput->imageID = input->imageID;
-    return 0;
+    return decodeInto(
+        input, [](uint32_t type) { return type == PixelType::YUV422_8_UYVY; },
+        [&] {
+            if (input->imageData == nullptr || !convertible(input, ownOutput)) {
+                return false;
+            }
+            try {
+                return QTDImageHelpers::dataCbYCr422ToRGB8b(
+                           input, static_cast<char*>(ownOutput->imageData),
+                           int(ownOutput->stride)) != 0;
+            } catch (const std::exception&) {
+                return false;
+            }
+        });
 }
 
 BrxDisplayCPU::YUV2RGB* BrxDisplayCPU::YUV2RGB::CreateComponent(BrxComponent* parent) {

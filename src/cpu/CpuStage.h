@@ -8,6 +8,7 @@
 #include "chain/QTDProcs.h"
 #include "image/QTDImageHelpers.h"
 
+#include <cstring>
 #include <mutex>
 
 namespace QTD {
@@ -43,6 +44,42 @@ public:
 protected:
     // The stage's own set-up for images of `input`'s format, on a released stage; a plain code.
     virtual int init(BrxImage* input, BrxImage* output) = 0;
+
+    // The format records for an output of `type` with the input's width and `height` rows
+    // (negative: bottom-up); a plain code.
+    int makeFormats(BrxImage* input, int height, uint32_t type) {
+        this->inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, input);
+        this->outputFormat =
+            QTDImageHelpers::imageCreateFormat(nullptr, int(input->width), height, type);
+        return this->inputFormat != nullptr && this->outputFormat != nullptr
+                   ? Procs::CodeOk
+                   : Procs::CodeNoResources;
+    }
+
+    // The pass of a stage that decodes a transport form into ownOutput. The type is tested on
+    // every image, so that a change of format is refused, not misread; the buffer was made for
+    // one geometry, and another would not fit it. Pixels that `decode` cannot convert show black
+    // rather than nothing.
+    template <class Accepts, class Decode>
+    uint32_t decodeInto(BrxImage* input, Accepts accepts, Decode decode) {
+        std::lock_guard<std::recursive_mutex> lock(this->stageLock);
+        this->output = nullptr;
+        this->lastError = Procs::CodeOk;
+        if (input == nullptr || ownOutput == nullptr || !accepts(input->pixelType)) {
+            this->lastError = Procs::CodeFailed;
+            return Procs::statusWord(this->lastError);
+        }
+        if (input->width != ownOutput->width || input->height != ownOutput->height) {
+            this->lastError = Procs::CodeBadArgument;
+            return Procs::statusWord(this->lastError);
+        }
+        if (!decode()) {
+            std::memset(ownOutput->imageData, 0, ownOutput->imageSize);
+        }
+        this->output = ownOutput;
+        ownOutput->imageID = input->imageID;
+        return 0;
+    }
 };
 
 } // namespace QTD
