@@ -250,6 +250,10 @@ bool ViewerWindow::start() {
     }
     const uint32_t width = fixedFrame ? fixedFrame->width() : uint32_t(settings.width);
     const uint32_t height = fixedFrame ? fixedFrame->height() : uint32_t(settings.height);
+    formatBox->setCurrentText(QString::fromStdString(format->name));
+    widthBox->setValue(int(width));
+    heightBox->setValue(int(height));
+    fpsBox->setValue(settings.fps);
     BrxImage layout{};
     format->describe(layout, width, height, format->paddedStride(width), nullptr);
     hideOverlay();
@@ -438,6 +442,11 @@ void ViewerWindow::hideOverlay() {
             id.clear();
         }
     }
+}
+
+QSize ViewerWindow::frameSize() const {
+    return fixedFrame ? QSize(int(fixedFrame->width()), int(fixedFrame->height()))
+                      : QSize(settings.width, settings.height);
 }
 
 QRect ViewerWindow::viewRect() const {

@@ -51,6 +51,8 @@ public:
 
     const CameraSource& camera() const { return source; }
     const FrameFigures& figures() const { return *counters; }
+    // Size of the frames offered.
+    QSize frameSize() const;
     // The display area, in the window's own coordinates.
     QRect viewRect() const;
     QString figuresText() const;

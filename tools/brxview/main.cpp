@@ -244,7 +244,7 @@ int runHeadless(ViewerWindow& window, const Options& o) {
     const bool saved = !shot.isNull() && shot.save(QString::fromStdString(o.screenshot));
     const QRect view = window.viewRect();
     std::printf("brxview: %s %dx%d, %llu frames at %.1f fps asked, %.2f s\n",
-                o.settings.format.c_str(), o.settings.width, o.settings.height,
+                o.settings.format.c_str(), window.frameSize().width(), window.frameSize().height(),
                 static_cast<unsigned long long>(o.frames), o.settings.fps, offeredMs / 1000.0);
     std::printf("frames: %s\n", window.figuresText().toLocal8Bit().constData());
     std::printf("camera: %.2f ms to draw and pack a frame, %llu refused\n",
