@@ -166,6 +166,19 @@ TEST_F(BrxConvert, DISABLED_RoundTripsThroughPackedAndYuvFormatsWithinTheirLoss)
     }
 }
 
+TEST_F(BrxConvert, TiffInAndOut) {
+    // A 16-bit mono frame through a TIFF both ways: the picture is what comes back.
+    ASSERT_EQ(runConvert(png + " " + path("source.tif"), dir).status, 0);
+    ASSERT_EQ(runConvert(path("source.tif") + " --to Mono16 " + path("m16.raw"), dir).status, 0);
+    ToolRun r = runConvert(
+        "--format Mono16 --size 256x128 " + path("m16.raw") + " " + path("back.tiff"), dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    const QImage back(QString::fromStdString(path("back.tiff")));
+    ASSERT_FALSE(back.isNull());
+    const Loss loss = compare(grey(source(W, H)), back, 0);
+    EXPECT_EQ(loss.max, 0);
+}
+
 TEST_F(BrxConvert, RawToRawGoesThroughTheDisplayChain) {
     // A Bayer frame demosaiced by the library and packed again as mono.
     ASSERT_EQ(runConvert(png + " --to BayerGB12 " + path("bayer.raw"), dir).status, 0);
