@@ -394,12 +394,6 @@ TEST(FacadeCommands, ThroughTheRealView) {
     screen->translate(&ix, &iy, "win", "img", true, false);
     EXPECT_EQ(x, int(ix));
     EXPECT_EQ(y, int(iy));
-
-    const double before = screen->scale();
-    EXPECT_EQ(s.facade.RunCommand("display.zoom.in"), 0u);
-    EXPECT_LT(screen->scale(), before);
-    EXPECT_EQ(s.facade.RunCommand("display.zoom.out"), 0u);
-    EXPECT_DOUBLE_EQ(screen->scale(), before);
 }
 
 TEST(FacadeCommands, TextThroughTheRealWindow) {
