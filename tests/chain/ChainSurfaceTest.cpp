@@ -1,40 +1,16 @@
 // A chain made for a controller finds the controller's surface and brackets each pass with it.
 
+#include "chain/ChainFakes.h"
 #include "chain/QTDProcessor.h"
 #include "chain/TestImages.h"
-#include "core/ComponentImpl.h"
-#include "screen/QTDSurface.h"
-
-#include <brx/BrxDisplayProcessor.h>
 
 #include <gtest/gtest.h>
 
 using namespace QTD::Procs;
+using ChainFakes::CountingSurface;
+using ChainFakes::FakeController;
 
 namespace {
-
-class CountingSurface : public QTDSurface {
-public:
-    bool begin(QTD::PROPERTIES*) override {
-        ++begins;
-        return true;
-    }
-    void end() override { ++ends; }
-    int begins = 0;
-    int ends = 0;
-};
-
-// Just enough of a controller: a component whose bag may name a surface.
-class FakeController : public BrxDisplayProcessor {
-public:
-    int RunCommandParams(const char*, std::map<std::string, std::string>*) override { return 0; }
-    BrxComponent* GetComponent() override { return &component; }
-    uint32_t Init(BrxImage*) override { return 0; }
-    uint32_t ProcessImage(BrxImage*) override { return 0; }
-    void Release() override {}
-    BrxImgProcessingChain* GetProcessingChain() override { return nullptr; }
-    QTD::ComponentImpl component;
-};
 
 class FailingStage : public BrxImgProcessor {
 public:

@@ -2,12 +2,9 @@
 // target format. Expected pixels are computed here from the source bytes.
 
 #include "chain/QTDConverter.h"
+#include "chain/ChainFakes.h"
 #include "chain/QTDProcessor.h"
 #include "chain/TestImages.h"
-#include "core/ComponentImpl.h"
-#include "screen/QTDSurface.h"
-
-#include <brx/BrxDisplayProcessor.h>
 
 #include <gtest/gtest.h>
 
@@ -19,34 +16,13 @@
 #include <vector>
 
 using namespace QTD::Procs;
+using ChainFakes::CountingSurface;
+using ChainFakes::FakeController;
 using TestImages::Image;
 using TestImages::row16;
 using TestImages::row8;
 
 namespace {
-
-// Just enough of a controller: a component whose bag names the chain and the surface.
-class FakeController : public BrxDisplayProcessor {
-public:
-    int RunCommandParams(const char*, std::map<std::string, std::string>*) override { return 0; }
-    BrxComponent* GetComponent() override { return &component; }
-    uint32_t Init(BrxImage*) override { return 0; }
-    uint32_t ProcessImage(BrxImage*) override { return 0; }
-    void Release() override {}
-    BrxImgProcessingChain* GetProcessingChain() override { return nullptr; }
-    QTD::ComponentImpl component;
-};
-
-class CountingSurface : public QTDSurface {
-public:
-    bool begin(QTD::PROPERTIES*) override {
-        ++begins;
-        return true;
-    }
-    void end() override { ++ends; }
-    int begins = 0;
-    int ends = 0;
-};
 
 // Stands behind "image.output" like the viewer's stages; counts its calls.
 class CountingStage : public BrxImgProcessor {
