@@ -1,27 +1,18 @@
 // One pass of the CPU chain with the viewer's display stage, against the same job written
 // directly with OpenCV. Compare the lines of one run, not absolute times.
 
-#include "chain/QTDProcessor.h"
-#include "image/QTDImageHelpers.h"
+#include "ChainBench.h"
 
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <cstring>
-#include <memory>
 
 using namespace QTD::Procs;
+using namespace ChainBench;
 
 namespace {
-
-constexpr int Width = 4096;
-constexpr int Height = 3000;
-
-struct ImageDeleter {
-    void operator()(BrxImage* image) const { QTDImageHelpers::imageDelete(image); }
-};
-using Image = std::unique_ptr<BrxImage, ImageDeleter>;
 
 Image makeInput(uint32_t type) {
     Image image(QTDImageHelpers::imageCreateImage(nullptr, Width, Height, type));
@@ -40,19 +31,11 @@ Image makeInput(uint32_t type) {
     return image;
 }
 
-// The chain for `input` with "image.display" (RGB8) behind it, as the viewer appends it; with
-// `coloration`, also the viewer's disabled "image.coloration".
-struct DisplayChain {
-    DisplayChain(BrxImage* input, bool coloration) : chain(nullptr, false) {
-        ok = chain.Init(input, nullptr) == 0;
-        const BrxImage* processed = chain.Format(false);
-        processedFormat.reset(
-            QTDImageHelpers::imageCreateFormat(nullptr, Width, Height, processed->pixelType));
-        displayFormat.reset(
-            QTDImageHelpers::imageCreateFormat(nullptr, Width, Height, PixelType::RGB8));
-        BrxImgProcessor* display = BrxDisplayCPU::Image::CreateComponent(chain.GetComponent());
-        ok = ok && display->Init(processedFormat.get(), displayFormat.get()) == 0;
-        chain.AddProcessor("image.display", display);
+// The chain for `input` with "image.display" behind it; with `coloration`, also the viewer's
+// disabled "image.coloration".
+struct ColorationChain : DisplayChain {
+    ColorationChain(BrxImage* input, bool coloration) : DisplayChain(input) {
+        appendDisplay();
         if (coloration) {
             BrxImgProcessor* stage =
                 BrxDisplayCPU::ExposureColoration::CreateComponent(chain.GetComponent());
@@ -61,27 +44,14 @@ struct DisplayChain {
             stage->Enable(false);
         }
     }
-    QTDProcessor chain;
-    Image processedFormat;
-    Image displayFormat;
-    bool ok = false;
 };
 
 void runChain(benchmark::State& state, uint32_t type, bool coloration) {
     Image input = makeInput(type);
-    DisplayChain d(input.get(), coloration);
-    if (!d.ok) {
-        state.SkipWithError("chain set-up failed");
-        return;
+    ColorationChain d(input.get(), coloration);
+    if (runPasses(state, d, input.get())) {
+        state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
     }
-    for (auto _ : state) {
-        if (d.chain.ProcessImage(input.get(), nullptr, nullptr) != 0) {
-            state.SkipWithError("pass failed");
-            break;
-        }
-        benchmark::DoNotOptimize(d.chain.Output());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
 }
 
 void BM_Chain_Mono12ToRGB8(benchmark::State& state) {

@@ -2,28 +2,19 @@
 // image, beside the same job written with OpenCV's bilinear cvtColor (and, for 12p, a plain
 // unpacking loop). Compare the lines of one run, not absolute times.
 
-#include "chain/QTDProcessor.h"
-#include "image/QTDImageHelpers.h"
+#include "ChainBench.h"
 
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <cstring>
-#include <memory>
 #include <vector>
 
 using namespace QTD::Procs;
+using namespace ChainBench;
 
 namespace {
-
-constexpr int Width = 4096;
-constexpr int Height = 3000;
-
-struct ImageDeleter {
-    void operator()(BrxImage* image) const { QTDImageHelpers::imageDelete(image); }
-};
-using Image = std::unique_ptr<BrxImage, ImageDeleter>;
 
 // A frame of pseudo-random bytes: for 12p every byte of the stream is a valid sample part.
 Image makeInput(uint32_t type) {
@@ -35,11 +26,10 @@ Image makeInput(uint32_t type) {
     return image;
 }
 
-// The chain with "image.display" (RGB8) behind it, as the viewer appends it. `algorithm` >= 0
-// sets up the Bayer stage again with that "BayerAlgType".
-struct DisplayChain {
-    DisplayChain(BrxImage* input, int algorithm) : chain(nullptr, false) {
-        ok = chain.Init(input, nullptr) == 0;
+// The chain with "image.display" behind it. `algorithm` >= 0 sets up the Bayer stage again with
+// that "BayerAlgType".
+struct BayerChain : DisplayChain {
+    BayerChain(BrxImage* input, int algorithm) : DisplayChain(input) {
         BrxImgProcessor* bayer = chain.GetProcessor("bayer");
         ok = ok && bayer != nullptr;
         if (ok && algorithm >= 0) {
@@ -48,36 +38,16 @@ struct DisplayChain {
             bayer->GetComponent()->SetParamInt("BayerAlgType", algorithm);
             ok = bayer->Init(mosaic.get(), nullptr) == 0;
         }
-        const BrxImage* processed = chain.Format(false);
-        processedFormat.reset(
-            QTDImageHelpers::imageCreateFormat(nullptr, Width, Height, processed->pixelType));
-        displayFormat.reset(
-            QTDImageHelpers::imageCreateFormat(nullptr, Width, Height, PixelType::RGB8));
-        BrxImgProcessor* display = BrxDisplayCPU::Image::CreateComponent(chain.GetComponent());
-        ok = ok && display->Init(processedFormat.get(), displayFormat.get()) == 0;
-        chain.AddProcessor("image.display", display);
+        appendDisplay();
     }
-    QTDProcessor chain;
-    Image processedFormat;
-    Image displayFormat;
-    bool ok = false;
 };
 
 void runChain(benchmark::State& state, uint32_t type, int algorithm) {
     Image input = makeInput(type);
-    DisplayChain d(input.get(), algorithm);
-    if (!d.ok) {
-        state.SkipWithError("chain set-up failed");
-        return;
+    BayerChain d(input.get(), algorithm);
+    if (runPasses(state, d, input.get())) {
+        state.SetItemsProcessed(int64_t(state.iterations()) * Width * Height);
     }
-    for (auto _ : state) {
-        if (d.chain.ProcessImage(input.get(), nullptr, nullptr) != 0) {
-            state.SkipWithError("pass failed");
-            break;
-        }
-        benchmark::DoNotOptimize(d.chain.Output());
-    }
-    state.SetItemsProcessed(int64_t(state.iterations()) * Width * Height);
 }
 
 void BM_Chain_BayerRG8(benchmark::State& state) {

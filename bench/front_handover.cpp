@@ -3,6 +3,7 @@
 // the same bytes. Compare the lines of one run, not absolute times.
 
 #include "front/QTDDisplay.h"
+#include "image/ColorModelDescription.h"
 #include "image/QTDImageHelpers.h"
 
 #include <QApplication>
@@ -18,18 +19,14 @@ namespace {
 
 constexpr int Width = 4096;
 constexpr int Height = 3000;
-constexpr uint32_t Mono8 = 0x01080101;
 
-struct ImageDeleter {
-    void operator()(BrxImage* image) const { QTDImageHelpers::imageDelete(image); }
-};
-using Image = std::unique_ptr<BrxImage, ImageDeleter>;
+using Image = QTDImageHelpers::ImagePtr;
 
 void handOver(benchmark::State& state) {
     QWidget host;
     host.resize(320, 240);
     QTDDisplay display(&host, false);
-    Image image(QTDImageHelpers::imageCreateImage(nullptr, Width, Height, Mono8));
+    Image image(QTDImageHelpers::imageCreateImage(nullptr, Width, Height, QTD::PixelType::Mono8));
     std::memset(image->imageData, 77, image->imageSize);
     if (display.Init(image.get()) != 0) {
         state.SkipWithError("display set-up failed");

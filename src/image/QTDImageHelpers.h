@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -25,6 +26,12 @@ BrxImage* imageCreateImage(BrxImage* image, int width, int height, unsigned int 
 BrxImage* imageFreeData(BrxImage* image);
 void imageDelete(BrxImage* image);
 double imageColorCoef(BrxImage* image, int* shift);
+
+// Owns a record made here and deletes it with imageDelete.
+struct ImageDeleter {
+    void operator()(BrxImage* image) const { imageDelete(image); }
+};
+using ImagePtr = std::unique_ptr<BrxImage, ImageDeleter>;
 
 // User data: a list headed by `userData`, newest first. Entries do not own what they point at.
 BrxImage* imageCreateUserData(BrxImage* image, char* data, int size, int id, unsigned int kind);

@@ -12,10 +12,7 @@
 
 namespace TestImages {
 
-struct Deleter {
-    void operator()(BrxImage* image) const { QTDImageHelpers::imageDelete(image); }
-};
-using Image = std::unique_ptr<BrxImage, Deleter>;
+using Image = QTDImageHelpers::ImagePtr;
 
 namespace PT = QTD::Procs::PixelType;
 
