@@ -38,7 +38,7 @@ void RawFrame::packRow(const uint8_t* rgb, uint32_t y, uint8_t* out, uint32_t* l
                 if (f.depth == 8) {
                     out[3 * x + i] = c[i];
                 } else {
-                    put16(out + 6 * x + 2 * i, expand(c[i], f.depth));
+                    put16(out + 6 * x + 2 * i, levels[c[i]]);
                 }
             }
         }
@@ -79,7 +79,7 @@ void RawFrame::packRow(const uint8_t* rgb, uint32_t y, uint8_t* out, uint32_t* l
         break;
     }
     for (uint32_t& v : values) {
-        v = f.depth == 8 ? v : expand(v, f.depth);
+        v = levels[v];
     }
     switch (f.packing) {
     case CameraFormat::Packing::None:
@@ -125,24 +125,32 @@ bool RawFrame::pack(const QImage& picture, const CameraFormat& format, std::stri
     const uint32_t width = static_cast<uint32_t>(rgb.width());
     const uint32_t height = static_cast<uint32_t>(rgb.height());
     cameraFormat = &format;
+    for (uint32_t level = 0; level < 256; ++level) {
+        levels[level] = format.depth == 8 ? level : expand(level, format.depth);
+    }
     if (format.packing == CameraFormat::Packing::Lsb) {
         // USB3 Vision frames are one little-endian bit stream, rows not padded: pixel i of
         // the frame takes bits [i * depth, (i + 1) * depth).
-        const uint64_t bits = uint64_t(width) * height * static_cast<uint64_t>(format.depth);
-        data.assign(static_cast<size_t>((bits + 7) / 8), 0);
+        const uint64_t total = uint64_t(width) * height * static_cast<uint64_t>(format.depth);
+        data.assign(static_cast<size_t>((total + 7) / 8), 0);
         format.describe(record, width, height, format.rowBytes(width), data.data());
         record.imageSize = static_cast<uint32_t>(data.size());
         std::vector<uint32_t> values(width);
-        uint64_t bit = 0;
+        // Bits gather in an accumulator, lowest first, and leave it a byte at a time.
+        uint64_t bits = 0;
+        int count = 0;
+        size_t at = 0;
         for (uint32_t y = 0; y < height; ++y) {
             packRow(rgb.constScanLine(static_cast<int>(y)), y, nullptr, values.data());
             for (uint32_t value : values) {
-                for (int b = 0; b < format.depth; ++b, ++bit) {
-                    if (value & (1u << b)) {
-                        data[bit >> 3] = static_cast<uint8_t>(data[bit >> 3] | (1u << (bit & 7)));
-                    }
+                bits |= uint64_t(value) << count;
+                for (count += format.depth; count >= 8; count -= 8, bits >>= 8) {
+                    data[at++] = static_cast<uint8_t>(bits & 0xFF);
                 }
             }
+        }
+        if (count > 0) {
+            data[at] = static_cast<uint8_t>(bits & 0xFF);
         }
         return true;
     }

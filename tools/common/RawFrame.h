@@ -39,6 +39,8 @@ private:
     void packRow(const uint8_t* rgb, uint32_t y, uint8_t* out, uint32_t* lsbValues) const;
 
     const CameraFormat* cameraFormat = nullptr;
+    // The samples of the format's depth for the 256 levels of a picture.
+    uint32_t levels[256] = {};
     std::vector<uint8_t> data;
     BrxImage record{};
 };
