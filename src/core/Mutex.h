@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ATTR.h"
+#include "core/NamedLock.h"
 
 #include <mutex>
 
@@ -8,22 +8,11 @@ namespace QTD {
 
 // A plain lock for very short sections: lock() spins with a yield instead of blocking in the
 // system. The name, the trace flag and the call sites are stored only.
-class Mutex {
+class Mutex : public NamedLock<std::mutex> {
 public:
-    explicit Mutex(char const* name = nullptr, bool trace = false);
-    virtual ~Mutex();
+    using NamedLock::NamedLock;
 
-    Mutex(Mutex const&) = delete;
-    Mutex& operator=(Mutex const&) = delete;
-
-    void init(char const* name, bool trace = false);
-    virtual void lock(char const* site = nullptr);
-    virtual bool try_lock(char const* site = nullptr);
-    virtual void unlock(char const* site = nullptr);
-
-    std::mutex mutex;
-    ATTR name;
-    bool trace;
+    void lock(char const* site = nullptr) override;
 };
 
 } // namespace QTD

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/ATTR.h"
+#include "core/NamedLock.h"
 
 #include <mutex>
 
@@ -8,23 +8,12 @@ namespace QTD {
 
 // A recursive lock with a name for debugging. The name, the trace flag and the call sites are
 // stored only.
-class RMutex {
+class RMutex : public NamedLock<std::recursive_mutex> {
 public:
-    explicit RMutex(char const* name = nullptr, bool trace = false);
-    virtual ~RMutex();
+    using NamedLock::NamedLock;
 
-    RMutex(RMutex const&) = delete;
-    RMutex& operator=(RMutex const&) = delete;
-
-    void init(char const* name, bool trace = false);
     // Raises std::system_error if the system lock fails.
-    virtual void lock(char const* site = nullptr);
-    virtual bool try_lock(char const* site = nullptr);
-    virtual void unlock(char const* site = nullptr);
-
-    std::recursive_mutex mutex;
-    ATTR name;
-    bool trace;
+    void lock(char const* site = nullptr) override;
 };
 
 } // namespace QTD

@@ -1,0 +1,40 @@
+#pragma once
+
+// What the library's two lock kinds share: a system lock of kind `Lock` with a name and a trace
+// flag, which with the call sites are stored only, and a teardown that waits for a holder on
+// another thread. How lock() waits is each kind's own.
+
+#include "core/ATTR.h"
+
+#include <sched.h>
+
+namespace QTD {
+
+template <class Lock> class NamedLock {
+public:
+    explicit NamedLock(char const* name = nullptr, bool trace = false) : name(name), trace(trace) {}
+
+    // Wait for a holder on another thread to leave before the lock goes away.
+    virtual ~NamedLock() {
+        while (!mutex.try_lock())
+            sched_yield();
+        mutex.unlock();
+    }
+
+    NamedLock(NamedLock const&) = delete;
+    NamedLock& operator=(NamedLock const&) = delete;
+
+    void init(char const* name, bool trace = false) {
+        this->name = name;
+        this->trace = trace;
+    }
+    virtual void lock(char const* site = nullptr) = 0;
+    virtual bool try_lock(char const* = nullptr) { return mutex.try_lock(); }
+    virtual void unlock(char const* = nullptr) { mutex.unlock(); }
+
+    Lock mutex;
+    ATTR name;
+    bool trace;
+};
+
+} // namespace QTD
