@@ -248,41 +248,31 @@ void runGroups(const uint8_t* src, const uint8_t* end, uint64_t count, T* out, P
     }
 }
 
-// --- Mono10p: 5 bytes, 4 pixels, least significant bits first -------------------------------
+// --- USB3 Vision "p": pixels of `Bits` bits back to back, least significant bits first ------
 
-inline void put10p(uint64_t v, uint16_t* out) {
-    out[0] = static_cast<uint16_t>(v & 0x3FF);
-    out[1] = static_cast<uint16_t>((v >> 10) & 0x3FF);
-    out[2] = static_cast<uint16_t>((v >> 20) & 0x3FF);
-    out[3] = static_cast<uint16_t>((v >> 30) & 0x3FF);
+// The four pixels at the start of `v`; the byte output keeps the top 8 bits of each.
+template <int Bits> inline void putP(uint64_t v, uint16_t* out) {
+    constexpr uint64_t mask = (1u << Bits) - 1;
+    out[0] = static_cast<uint16_t>(v & mask);
+    out[1] = static_cast<uint16_t>((v >> Bits) & mask);
+    out[2] = static_cast<uint16_t>((v >> 2 * Bits) & mask);
+    out[3] = static_cast<uint16_t>((v >> 3 * Bits) & mask);
 }
 
-inline void put10p(uint64_t v, uint8_t* out) {
-    out[0] = static_cast<uint8_t>((v >> 2) & 0xFF);
-    out[1] = static_cast<uint8_t>((v >> 12) & 0xFF);
-    out[2] = static_cast<uint8_t>((v >> 22) & 0xFF);
-    out[3] = static_cast<uint8_t>((v >> 32) & 0xFF);
+template <int Bits> inline void putP(uint64_t v, uint8_t* out) {
+    v >>= Bits - 8;
+    out[0] = static_cast<uint8_t>(v & 0xFF);
+    out[1] = static_cast<uint8_t>((v >> Bits) & 0xFF);
+    out[2] = static_cast<uint8_t>((v >> 2 * Bits) & 0xFF);
+    out[3] = static_cast<uint8_t>((v >> 3 * Bits) & 0xFF);
 }
 
+// Mono10p: 5 bytes, 4 pixels.
 template <typename T> void row10p(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
-    runGroups<Layout10p, 5>(src, end, width, out, [](uint64_t v, T* o) { put10p(v, o); });
+    runGroups<Layout10p, 5>(src, end, width, out, [](uint64_t v, T* o) { putP<10>(v, o); });
 }
 
-// --- Mono12p: 3 bytes, 2 pixels, least significant bits first -------------------------------
-
-inline void put12p(uint64_t v, uint16_t* out) {
-    out[0] = static_cast<uint16_t>(v & 0xFFF);
-    out[1] = static_cast<uint16_t>((v >> 12) & 0xFFF);
-    out[2] = static_cast<uint16_t>((v >> 24) & 0xFFF);
-    out[3] = static_cast<uint16_t>((v >> 36) & 0xFFF);
-}
-
-inline void put12p(uint64_t v, uint8_t* out) {
-    out[0] = static_cast<uint8_t>((v >> 4) & 0xFF);
-    out[1] = static_cast<uint8_t>((v >> 16) & 0xFF);
-    out[2] = static_cast<uint8_t>((v >> 28) & 0xFF);
-    out[3] = static_cast<uint8_t>((v >> 40) & 0xFF);
-}
+// Mono12p: 3 bytes, 2 pixels.
 
 // `count` pixels of the stream starting at pixel `first` (so an odd `first` starts in the middle
 // of a group).
@@ -291,13 +281,13 @@ void run12p(const uint8_t* base, const uint8_t* end, uint64_t first, uint64_t co
     const uint8_t* src = base + (first / 2) * 3;
     if ((first & 1) && count) {
         T pair[4];
-        put12p(loadTail(src, end), pair);
+        putP<12>(loadTail(src, end), pair);
         *out++ = pair[1];
         src += 3;
         --count;
     }
     // Two groups of the format, six bytes, make one group of four pixels.
-    runGroups<Layout12p, 6>(src, end, count, out, [](uint64_t v, T* o) { put12p(v, o); });
+    runGroups<Layout12p, 6>(src, end, count, out, [](uint64_t v, T* o) { putP<12>(v, o); });
 }
 
 // --- GigE Vision Packed: 3 bytes, 2 pixels, high bits in whole bytes --------------------------
