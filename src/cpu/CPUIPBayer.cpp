@@ -60,9 +60,6 @@ void CPUIPBayer::Release() {
 }
 
 int CPUIPBayer::init(BrxImage* input, BrxImage* outputArg) {
-    if (input == nullptr || input->width == 0 || input->height == 0) {
-        return CodeBadArgument;
-    }
     if (!isIn(BAYER_INDEX, input->pixelType)) {
         return CodeNotSupported;
     }

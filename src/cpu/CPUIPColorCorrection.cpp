@@ -51,9 +51,6 @@ void CPUIPColorCorrection::Release() {
 
 int CPUIPColorCorrection::init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
-    if (input == nullptr || input->width == 0 || input->height == 0) {
-        return CodeBadArgument;
-    }
     if (isRawTransport(input->pixelType)) {
         return CodeNotSupported;
     }

@@ -224,9 +224,6 @@ void CPUIPImage::Release() {
 }
 
 int CPUIPImage::init(BrxImage* input, BrxImage* outputArg) {
-    if (input == nullptr || input->width == 0 || input->height == 0) {
-        return CodeBadArgument;
-    }
     uint32_t targetType = input->pixelType;
     uint32_t targetDepth = 0;
     if (outputArg != nullptr) {

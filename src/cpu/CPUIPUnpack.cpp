@@ -9,9 +9,6 @@ CPUIPUnpack::CPUIPUnpack(BrxComponent* parentComponent) : CpuStage(parentCompone
 
 int CPUIPUnpack::init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
-    if (input == nullptr || input->width == 0 || input->height == 0) {
-        return CodeBadArgument;
-    }
     const int at = indexOf(PACKED_INDEX, input->pixelType);
     if (at < 0) {
         return CodeNotSupported;

@@ -10,9 +10,6 @@ CPUIPYUV2RGB::CPUIPYUV2RGB(BrxComponent* parentComponent) : CpuStage(parentCompo
 
 int CPUIPYUV2RGB::init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
-    if (input == nullptr || input->width == 0 || input->height == 0) {
-        return CodeBadArgument;
-    }
     if (input->pixelType != PixelType::YUV422_8_UYVY) {
         return CodeNotSupported;
     }

@@ -21,7 +21,9 @@ public:
     uint32_t Init(BrxImage* input, BrxImage* output) override {
         std::lock_guard<std::recursive_mutex> lock(this->stageLock);
         this->Release();
-        this->lastError = init(input, output);
+        // No stage can be set up for an image without an area.
+        const bool empty = input == nullptr || input->width == 0 || input->height == 0;
+        this->lastError = empty ? int(Procs::CodeBadArgument) : init(input, output);
         if (this->lastError != Procs::CodeOk) {
             const int code = this->lastError;
             this->Release();
@@ -42,7 +44,8 @@ public:
     BrxImage* ownOutput = nullptr; // the result buffer; none for a stage that works in place
 
 protected:
-    // The stage's own set-up for images of `input`'s format, on a released stage; a plain code.
+    // The stage's own set-up for images of `input`'s format, on a released stage and for an
+    // input with an area; a plain code.
     virtual int init(BrxImage* input, BrxImage* output) = 0;
 
     // The format records for an output of `type` with the input's width and `height` rows
