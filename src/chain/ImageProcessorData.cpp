@@ -1,5 +1,7 @@
 #include "chain/ImageProcessorData.h"
 
+#include "chain/QTDProcs.h"
+
 #include <cstdlib>
 
 namespace QTD {
@@ -55,6 +57,11 @@ void ImageProcessorData::Release() {
 
 BrxComponent* ImageProcessorData::Parent() {
     return parent;
+}
+
+uint32_t ImageProcessorData::report(int code) {
+    lastError = code;
+    return Procs::statusWord(code);
 }
 
 void ImageProcessorData::releaseData() {

@@ -34,6 +34,9 @@ public:
     virtual void Release();
     virtual BrxComponent* Parent();
 
+    // Keeps `code` as lastError and returns its status word, 0 for CodeOk.
+    uint32_t report(int code);
+
     std::string name;
     BrxImage* inputFormat = nullptr;  // owned, no pixels
     BrxImage* outputFormat = nullptr; // owned, no pixels; may be null or inputFormat itself

@@ -74,12 +74,10 @@ uint32_t QTDConverter::Init(BrxImage* input, BrxImage* target) {
     lastError = CodeOk;
     Release();
     if (input == nullptr) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     if (controller() == nullptr) {
-        lastError = CodeNotReady;
-        return statusWord(lastError);
+        return report(CodeNotReady);
     }
     QTD::ComponentImpl* component = controllerComponent();
     QTDProcessor* chain = chainOf(component);
@@ -87,20 +85,17 @@ uint32_t QTDConverter::Init(BrxImage* input, BrxImage* target) {
     BrxImage* stageInput = outputStage != nullptr ? outputStage->Format(true) : nullptr;
     BrxImage* stageOutput = outputStage != nullptr ? outputStage->Format(false) : nullptr;
     if (!sameSize(input, stageInput) || stageOutput == nullptr) {
-        lastError = CodeNotReady;
-        return statusWord(lastError);
+        return report(CodeNotReady);
     }
 
     lastStage = BrxDisplayCPU::Image::CreateComponent(nullptr);
     if (lastStage == nullptr) {
-        lastError = CodeFailed;
-        return statusWord(lastError);
+        return report(CodeFailed);
     }
     lastStage->GetComponent()->SetParamInt("external", 1);
     if (statusCode(lastStage->Init(stageOutput, target)) != CodeOk) {
         destroyLastStage();
-        lastError = CodeFailed;
-        return statusWord(lastError);
+        return report(CodeFailed);
     }
 
     inputFormat = QTDImageHelpers::imageCopyFormat(nullptr, stageOutput);
@@ -110,8 +105,7 @@ uint32_t QTDConverter::Init(BrxImage* input, BrxImage* target) {
                        : nullptr;
     if (inputFormat == nullptr || outputFormat == nullptr) {
         Release();
-        lastError = CodeNoResources;
-        return statusWord(lastError);
+        return report(CodeNoResources);
     }
     state = StateReady;
     ready = 1;
@@ -121,14 +115,12 @@ uint32_t QTDConverter::Init(BrxImage* input, BrxImage* target) {
 uint32_t QTDConverter::ProcessImage(BrxImage* source, BrxImage* target, void* context) {
     log.debug("QTDConverter::ProcessImage()");
     if (!fits(source, target)) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     output = nullptr;
     lastError = CodeOk;
     if (state == StateIdle) {
-        lastError = CodeNotReady;
-        return statusWord(lastError);
+        return report(CodeNotReady);
     }
     state = StateRunning;
     std::lock_guard<std::recursive_mutex> lock(stageLock);
@@ -137,8 +129,7 @@ uint32_t QTDConverter::ProcessImage(BrxImage* source, BrxImage* target, void* co
     QTDProcessor* chain = chainOf(component);
     if (component == nullptr || chain == nullptr || !ready || lastStage == nullptr) {
         state = StateChainFailed;
-        lastError = CodeFailed;
-        return statusWord(lastError);
+        return report(CodeFailed);
     }
     auto* surface =
         static_cast<QTDSurface*>(component->properties.getAs<void*>("surface", "", true));
@@ -165,8 +156,7 @@ uint32_t QTDConverter::ProcessImage(BrxImage* source, BrxImage* target, void* co
             if (surface != nullptr) {
                 surface->end();
             }
-            lastError = CodeFailed;
-            return statusWord(lastError);
+            return report(CodeFailed);
         }
         if (stage->Output() != nullptr) {
             current = stage->Output();

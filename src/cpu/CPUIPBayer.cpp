@@ -95,25 +95,21 @@ uint32_t CPUIPBayer::ProcessImage(BrxImage* input, BrxImage* outputArg, void* co
     output = nullptr;
     lastError = CodeOk;
     if (ownOutput == nullptr || demosaic == nullptr) {
-        lastError = CodeNotReady;
-        return statusWord(lastError);
+        return report(CodeNotReady);
     }
     if (input == nullptr || input->imageData == nullptr) {
-        lastError = CodeFailed;
-        return statusWord(lastError);
+        return report(CodeFailed);
     }
     // A caller's image of the right size takes the pixels directly, saving a copy.
     BrxImage* destination = ownOutput;
     if (outputArg != nullptr) {
         if (outputArg->imageSize != ownOutput->imageSize) {
-            lastError = CodeBadArgument;
-            return statusWord(lastError);
+            return report(CodeBadArgument);
         }
         destination = outputArg;
     }
     if (failed(demosaic->ProcessImage(input, destination))) {
-        lastError = CodeNoResources;
-        return statusWord(lastError);
+        return report(CodeNoResources);
     }
     destination->imageID = input->imageID;
     output = destination;
@@ -124,11 +120,9 @@ unsigned int CPUIPBayer::RunCommand(const char* command) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
     const ATTR text(command);
     if (text.same("params.apply", false) || text.same("params.reset", false)) {
-        lastError = ready ? CodeOk : CodeFailed;
-        return statusWord(lastError);
+        return report(ready ? CodeOk : CodeFailed);
     }
-    lastError = CodeUnknownCommand;
-    return statusWord(lastError);
+    return report(CodeUnknownCommand);
 }
 
 BrxDisplayCPU::Bayer* BrxDisplayCPU::Bayer::CreateComponent(BrxComponent* parent) {

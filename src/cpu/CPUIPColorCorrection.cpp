@@ -95,20 +95,17 @@ uint32_t CPUIPColorCorrection::ProcessImage(BrxImage* input, BrxImage* outputArg
     output = nullptr;
     lastError = CodeOk;
     if (input == nullptr || input->imageData == nullptr) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     if (!ready) {
         ready = applyParams("1.0") ? 1 : 0;
         if (!ready) {
-            lastError = CodeFailed;
-            return statusWord(lastError);
+            return report(CodeFailed);
         }
     }
     // The table was made for one depth and channel count; another image would index past it.
     if (inputFormat == nullptr || input->pixelType != inputFormat->pixelType) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     // Identity parameters: the stage's bypass, no pixel is touched.
     if (!isIdentity(lut)) {
@@ -119,8 +116,7 @@ uint32_t CPUIPColorCorrection::ProcessImage(BrxImage* input, BrxImage* outputArg
             applied = false;
         }
         if (!applied) {
-            lastError = CodeFailed;
-            return statusWord(lastError);
+            return report(CodeFailed);
         }
     }
     output = input;
@@ -132,15 +128,13 @@ unsigned int CPUIPColorCorrection::RunCommand(const char* command) {
     const ATTR text(command);
     if (text.same("params.apply", false)) {
         ready = applyParams("1.0") ? 1 : 0;
-        lastError = ready ? CodeOk : CodeFailed;
-        return statusWord(lastError);
+        return report(ready ? CodeOk : CodeFailed);
     }
     if (text.same("params.reset", false)) {
         resetParams();
         return 0;
     }
-    lastError = CodeUnknownCommand;
-    return statusWord(lastError);
+    return report(CodeUnknownCommand);
 }
 
 bool CPUIPColorCorrection::RunCommandParams(const char* command,

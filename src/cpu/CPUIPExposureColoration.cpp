@@ -82,19 +82,16 @@ uint32_t CPUIPExposureColoration::Init(BrxImage* input, BrxImage* outputArg) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
     Release();
     if (input == nullptr || input->width == 0 || input->height == 0) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     if (isRawTransport(input->pixelType)) {
-        lastError = CodeNotSupported;
-        return statusWord(lastError);
+        return report(CodeNotSupported);
     }
     inputFormat = QTDImageHelpers::imageCreateFormat(inputFormat, int(input->width),
                                                      int(input->height), input->pixelType);
     if (inputFormat == nullptr) {
         Release();
-        lastError = CodeNoResources;
-        return statusWord(lastError);
+        return report(CodeNoResources);
     }
     lastError = CodeOk;
     if (findSource() != nullptr) {
@@ -113,8 +110,7 @@ uint32_t CPUIPExposureColoration::ProcessImage(BrxImage* input, BrxImage* output
     BrxImage* raw = sourceStage != nullptr ? sourceStage->Output() : nullptr;
     if (input == nullptr || input->imageData == nullptr || raw == nullptr || raw->width == 0 ||
         raw->height == 0 || raw->imageData == nullptr) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     lastError = CodeOk;
     if (!IsEnabled()) {
@@ -124,8 +120,7 @@ uint32_t CPUIPExposureColoration::ProcessImage(BrxImage* input, BrxImage* output
     if (!ready) {
         initFromProperties(raw);
         if (!ready) {
-            lastError = CodeNotReady;
-            return statusWord(lastError);
+            return report(CodeNotReady);
         }
     }
     if (thresLo < 1 && (1 << input->bitsPerChannel) <= thresHi) {
@@ -135,8 +130,7 @@ uint32_t CPUIPExposureColoration::ProcessImage(BrxImage* input, BrxImage* output
     // The paint goes pixel for pixel onto a three-byte display image of the raw image's size.
     if (raw->width != input->width || raw->height != input->height || input->bitsPerChannel != 8 ||
         input->channels != 3 || !wellFormed(input, 3) || !wellFormed(raw, rawPixelBytes(raw))) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     bool painted = false;
     try {
@@ -146,8 +140,7 @@ uint32_t CPUIPExposureColoration::ProcessImage(BrxImage* input, BrxImage* output
         painted = false;
     }
     if (!painted) {
-        lastError = CodeFailed;
-        return statusWord(lastError);
+        return report(CodeFailed);
     }
     output = input;
     return 0;
@@ -166,16 +159,14 @@ unsigned int CPUIPExposureColoration::RunCommand(const char* command) {
     const ATTR text(command);
     if (text.same("params.apply", false)) {
         initFromProperties(sourceStage != nullptr ? sourceStage->Format(true) : nullptr);
-        lastError = ready ? CodeOk : CodeFailed;
-        return statusWord(lastError);
+        return report(ready ? CodeOk : CodeFailed);
     }
     if (text.same("params.reset", false)) {
         resetParams();
         lastError = CodeOk;
         return 0;
     }
-    lastError = CodeUnknownCommand;
-    return statusWord(lastError);
+    return report(CodeUnknownCommand);
 }
 
 bool CPUIPExposureColoration::RunCommandParams(const char* command,

@@ -285,15 +285,13 @@ uint32_t CPUIPImage::ProcessImage(BrxImage* input, BrxImage* outputArg, void* co
     output = nullptr;
     lastError = CodeOk;
     if (input == nullptr || input->imageData == nullptr) {
-        lastError = CodeBadArgument;
-        return statusWord(lastError);
+        return report(CodeBadArgument);
     }
     BrxImage* destination = outputArg != nullptr ? outputArg : ownOutput;
     if (destination == nullptr ||
         (outputArg != nullptr &&
          (outputFormat == nullptr || outputArg->imageSize != outputFormat->imageSize))) {
-        lastError = CodeNotReady;
-        return statusWord(lastError);
+        return report(CodeNotReady);
     }
     // A disabled stage hands its input on untouched, as long as nothing about the image has
     // to change; otherwise it still does its work.

@@ -27,8 +27,7 @@ public:
         if (this->lastError != Procs::CodeOk) {
             const int code = this->lastError;
             this->Release();
-            this->lastError = code;
-            return Procs::statusWord(code);
+            return this->report(code);
         }
         this->ready = 1;
         return 0;
@@ -69,12 +68,10 @@ protected:
         this->output = nullptr;
         this->lastError = Procs::CodeOk;
         if (input == nullptr || ownOutput == nullptr || !accepts(input->pixelType)) {
-            this->lastError = Procs::CodeFailed;
-            return Procs::statusWord(this->lastError);
+            return this->report(Procs::CodeFailed);
         }
         if (input->width != ownOutput->width || input->height != ownOutput->height) {
-            this->lastError = Procs::CodeBadArgument;
-            return Procs::statusWord(this->lastError);
+            return this->report(Procs::CodeBadArgument);
         }
         if (!decode()) {
             std::memset(ownOutput->imageData, 0, ownOutput->imageSize);
