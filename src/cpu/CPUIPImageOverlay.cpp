@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <exception>
 
 using QTD::ATTR;
 using namespace QTD::Procs;
@@ -106,12 +105,17 @@ uint32_t CPUIPImageOverlay::ProcessImage(BrxImage* input, BrxImage* outputArg, v
     const ATTR address(static_cast<void*>(input));
     frame.set("image", address, true);
     surface->begin(&frame);
+    // A number that does not read leaves the frame by exception; the surface still lets go
+    // of the caller's pixels.
+    struct EndOnExit {
+        MEMSurface* surface;
+        ~EndOnExit() { surface->end(); }
+    } bracket{surface};
     // Text templates read the image being drawn from the parser's variables.
     if (objects.parser() != nullptr)
         objects.parser()->vars.set("image", address, true);
     objects.updatePlacement(nullptr, true);
     objects.render(surface, &frame);
-    surface->end();
     output = input;
     return statusWord(lastError);
 }
@@ -156,12 +160,7 @@ bool CPUIPImageOverlay::DelOverlayObject(const std::string& id) {
 
 unsigned int CPUIPImageOverlay::RunCommand(const char* command) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    // Numbers in the bag that do not read are the caller's bad argument.
-    try {
-        return runCommand(ATTR(command));
-    } catch (std::exception const&) {
-        return fail(CodeBadArgument);
-    }
+    return runCommand(ATTR(command));
 }
 
 unsigned int CPUIPImageOverlay::runCommand(ATTR const& text) {
@@ -216,11 +215,7 @@ unsigned int CPUIPImageOverlay::runCommand(ATTR const& text) {
 }
 
 bool CPUIPImageOverlay::RunCommandParams(const char* command, Map* params) {
-    try {
-        return runCommandParams(ATTR(command), params);
-    } catch (std::exception const&) {
-        return false;
-    }
+    return runCommandParams(ATTR(command), params);
 }
 
 bool CPUIPImageOverlay::runCommandParams(ATTR const& text, Map* params) {

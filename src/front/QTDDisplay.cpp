@@ -28,7 +28,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <exception>
 
 using QTD::ATTR;
 using namespace QTD::Procs;
@@ -885,12 +884,7 @@ int QTDDisplay::RunCommandDisplayOverlay(const char* command, Map* params) {
     if (params == nullptr || !listed(COMMANDS_OVERLAY, ATTR(command))) {
         return 0;
     }
-    // Numbers in the parameters that do not read make the command fail, not the caller.
-    try {
-        return runOverlayCommand(ATTR(command), *params);
-    } catch (const std::exception&) {
-        return 0;
-    }
+    return runOverlayCommand(ATTR(command), *params);
 }
 
 int QTDDisplay::runOverlayCommand(const ATTR& name, Map& params) {
@@ -1182,12 +1176,7 @@ int QTDDisplay::getProfileLines(int** lines) {
             for (int k = 0; k < 4; ++k) {
                 ATTR value = object->get(Keys[k]);
                 object->find(ATTR(Keys[k]) + ".cs", &value);
-                // A coordinate that does not read is given as 0.
-                try {
-                    (*lines)[count * 4 + k] = value.as<int>();
-                } catch (const std::exception&) {
-                    (*lines)[count * 4 + k] = 0;
-                }
+                (*lines)[count * 4 + k] = value.as<int>();
             }
         }
         ++count;

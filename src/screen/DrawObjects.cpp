@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <exception>
 
 namespace QTD {
 
@@ -137,13 +136,8 @@ DrawObjects& DrawObjects::updatePlacement(PROPERTIES* object, bool lock) {
         recalcPlacementFor(object, nullptr, nullptr);
         return *this;
     }
-    for (auto& entry : objects) {
-        // One object with unreadable numbers keeps its old place; the others still move.
-        try {
-            recalcPlacementFor(&entry.second, nullptr, nullptr);
-        } catch (std::exception const&) {
-        }
-    }
+    for (auto& entry : objects)
+        recalcPlacementFor(&entry.second, nullptr, nullptr);
     return *this;
 }
 
@@ -419,12 +413,8 @@ void DrawObjects::render(QTDSurface* target, PROPERTIES* props) {
     if (!on || objects.empty())
         return;
     int depth = 8;
-    if (props) {
-        try {
-            depth = props->getAs<int>("color.depth", "8");
-        } catch (std::exception const&) {
-        }
-    }
+    if (props)
+        depth = props->getAs<int>("color.depth", "8");
     auto paint = [this, depth](RgbColor& colour, unsigned int value) {
         colour.setClr(value, 0);
         colour.setDepth(depth);
@@ -443,50 +433,46 @@ void DrawObjects::render(QTDSurface* target, PROPERTIES* props) {
         style.importData(&defaults, 0, -1);
         style.importData(&object, 0, -1);
         Kind kind = kindOf(style.get("type"));
-        // An object whose numbers do not read is skipped; the frame goes on.
-        try {
-            switch (kind) {
-            case KindRect:
-                paint(foreground, style.getAs<unsigned int>("line.clr", "0"));
-                on->rect(intOf(style, "x", "0"), intOf(style, "y", "0"), intOf(style, "w", "0"),
-                         intOf(style, "h", "0"), &foreground, intOf(style, "line.width", "1"), 0);
-                break;
-            case KindText: {
-                paint(foreground, style.getAs<unsigned int>("text.clr", "0"));
-                foreground.setOpc(1);
-                int x = intOf(style, "x", "0");
-                int y = intOf(style, "y", "0");
-                int mode = intOf(style, "back.mode", "0");
-                if (mode != 0) {
-                    unsigned int g = mode == 2 ? 0u : mode == 1 ? 255u : 128u;
-                    paint(background, g | g << 8 | g << 16);
-                    int w = intOf(object, "w", "0");
-                    int h = intOf(object, "h", "0");
-                    on->fillRect(std::max(x - 2, 0), y - h, w + 4, h, &background);
-                }
-                ATTR text = style.get("text");
-                if (parserRef)
-                    text = parserRef->parse(text.c_str());
-                on->text(text.c_str(), x, y, style.get("text.font"), &foreground);
-                break;
+        switch (kind) {
+        case KindRect:
+            paint(foreground, style.getAs<unsigned int>("line.clr", "0"));
+            on->rect(intOf(style, "x", "0"), intOf(style, "y", "0"), intOf(style, "w", "0"),
+                     intOf(style, "h", "0"), &foreground, intOf(style, "line.width", "1"), 0);
+            break;
+        case KindText: {
+            paint(foreground, style.getAs<unsigned int>("text.clr", "0"));
+            foreground.setOpc(1);
+            int x = intOf(style, "x", "0");
+            int y = intOf(style, "y", "0");
+            int mode = intOf(style, "back.mode", "0");
+            if (mode != 0) {
+                unsigned int g = mode == 2 ? 0u : mode == 1 ? 255u : 128u;
+                paint(background, g | g << 8 | g << 16);
+                int w = intOf(object, "w", "0");
+                int h = intOf(object, "h", "0");
+                on->fillRect(std::max(x - 2, 0), y - h, w + 4, h, &background);
             }
-            case KindLine: {
-                char const* key = activeLine == lineIndex ? "line.actclr" : "line.clr";
-                ++lineIndex;
-                paint(foreground, style.getAs<unsigned int>(key, "0"));
-                int width = intOf(style, "line.width", "1");
-                int x1 = intOf(style, "x1", "0");
-                int y1 = intOf(style, "y1", "0");
-                on->line(intOf(style, "x0", "0"), intOf(style, "y0", "0"), x1, y1, &foreground,
-                         width, 0);
-                on->rect(x1 - 1, y1 - 1, 2, 2, &foreground, width, 0);
-                break;
-            }
-            default:
-                // Markers and circles are kept and can be asked for, but are not drawn.
-                break;
-            }
-        } catch (std::exception const&) {
+            ATTR text = style.get("text");
+            if (parserRef)
+                text = parserRef->parse(text.c_str());
+            on->text(text.c_str(), x, y, style.get("text.font"), &foreground);
+            break;
+        }
+        case KindLine: {
+            char const* key = activeLine == lineIndex ? "line.actclr" : "line.clr";
+            ++lineIndex;
+            paint(foreground, style.getAs<unsigned int>(key, "0"));
+            int width = intOf(style, "line.width", "1");
+            int x1 = intOf(style, "x1", "0");
+            int y1 = intOf(style, "y1", "0");
+            on->line(intOf(style, "x0", "0"), intOf(style, "y0", "0"), x1, y1, &foreground, width,
+                     0);
+            on->rect(x1 - 1, y1 - 1, 2, 2, &foreground, width, 0);
+            break;
+        }
+        default:
+            // Markers and circles are kept and can be asked for, but are not drawn.
+            break;
         }
     }
 }

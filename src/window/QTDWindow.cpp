@@ -24,7 +24,6 @@
 #include <chrono>
 #include <climits>
 #include <cmath>
-#include <exception>
 
 namespace {
 
@@ -779,47 +778,43 @@ void QTDWindow::refreshOverlays() {
         QTD::PROPERTIES* object = drawObjects.at(i);
         if (!object)
             continue;
-        // An object whose kept coordinates do not read stays where it is.
-        try {
-            QTD::ATTR cs = object->get("cs", "win");
-            if (!isWin(cs)) {
-                if (!object->get("type").same("line")) {
-                    double x = object->getAs<double>("x.cs");
-                    double y = object->getAs<double>("y.cs");
-                    double w = object->getAs<double>("w.cs");
-                    double h = object->getAs<double>("h.cs");
-                    if (std::fabs(w) < 0.0000001) {
-                        screen->translate(&x, &y, cs, "win", true, false);
-                        object->set("x", QTD::ATTR(roundHalfAway(x)), true);
-                        object->set("y", QTD::ATTR(roundHalfAway(y)), true);
-                    } else {
-                        // Unlike setOverlayRect no clip: it holds only until the view changes.
-                        translateRect(cs, x, y, w, h, false);
-                        object->set("x", QTD::ATTR(roundHalfAway(x)), true);
-                        object->set("y", QTD::ATTR(roundHalfAway(y)), true);
-                        object->set("w", QTD::ATTR(roundHalfAway(w)), true);
-                        object->set("h", QTD::ATTR(roundHalfAway(h)), true);
-                    }
+        QTD::ATTR cs = object->get("cs", "win");
+        if (!isWin(cs)) {
+            if (!object->get("type").same("line")) {
+                double x = object->getAs<double>("x.cs");
+                double y = object->getAs<double>("y.cs");
+                double w = object->getAs<double>("w.cs");
+                double h = object->getAs<double>("h.cs");
+                if (std::fabs(w) < 0.0000001) {
+                    screen->translate(&x, &y, cs, "win", true, false);
+                    object->set("x", QTD::ATTR(roundHalfAway(x)), true);
+                    object->set("y", QTD::ATTR(roundHalfAway(y)), true);
                 } else {
-                    double p[4] = {object->getAs<double>("x0.cs"), object->getAs<double>("y0.cs"),
-                                   object->getAs<double>("x1.cs"), object->getAs<double>("y1.cs")};
-                    screen->translate(&p[0], &p[1], cs, "win", true, false);
-                    screen->translate(&p[2], &p[3], cs, "win", true, false);
-                    QTD::ATTR id = object->get("objectID");
-                    drawObjects.setLine(id, roundHalfAway(p[0]), roundHalfAway(p[1]),
-                                        roundHalfAway(p[2]), roundHalfAway(p[3]), object);
-                    // The line was replaced; the lookup again takes the last object of the
-                    // list, not this one, as it always has. Lines carry no placement, so this
-                    // shows nowhere.
-                    object = drawObjects.at(last);
-                    if (!object)
-                        continue;
+                    // Unlike setOverlayRect no clip: it holds only until the view changes.
+                    translateRect(cs, x, y, w, h, false);
+                    object->set("x", QTD::ATTR(roundHalfAway(x)), true);
+                    object->set("y", QTD::ATTR(roundHalfAway(y)), true);
+                    object->set("w", QTD::ATTR(roundHalfAway(w)), true);
+                    object->set("h", QTD::ATTR(roundHalfAway(h)), true);
                 }
+            } else {
+                double p[4] = {object->getAs<double>("x0.cs"), object->getAs<double>("y0.cs"),
+                               object->getAs<double>("x1.cs"), object->getAs<double>("y1.cs")};
+                screen->translate(&p[0], &p[1], cs, "win", true, false);
+                screen->translate(&p[2], &p[3], cs, "win", true, false);
+                QTD::ATTR id = object->get("objectID");
+                drawObjects.setLine(id, roundHalfAway(p[0]), roundHalfAway(p[1]),
+                                    roundHalfAway(p[2]), roundHalfAway(p[3]), object);
+                // The line was replaced; the lookup again takes the last object of the
+                // list, not this one, as it always has. Lines carry no placement, so this
+                // shows nowhere.
+                object = drawObjects.at(last);
+                if (!object)
+                    continue;
             }
-            if (object->getAs<int>("placement", "0") != 0)
-                drawObjects.updatePlacement(object, true);
-        } catch (std::exception const&) {
         }
+        if (object->getAs<int>("placement", "0") != 0)
+            drawObjects.updatePlacement(object, true);
     }
 }
 

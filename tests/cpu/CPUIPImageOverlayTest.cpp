@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <stdexcept>
 #include <vector>
 
 using namespace QTD::Procs;
@@ -79,16 +80,37 @@ TEST(CPUIPImageOverlay, RefusesWhatItCannotDrawOn) {
     EXPECT_EQ(s->ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeBadArgument));
     EXPECT_EQ(s->RunCommand("text.other"), statusWord(CodeUnknownCommand));
     EXPECT_EQ(s->RunCommand("params.reset"), 0u);
-    // Unknown ids and unreadable numbers are refused, not fatal.
+    // Unknown ids are refused.
     s->properties.set("objectID", "nosuch", true);
     EXPECT_EQ(s->RunCommand("del"), statusWord(CodeFailed));
     EXPECT_EQ(s->RunCommand("params.apply"), statusWord(CodeFailed));
-    s->properties.set("text.pos.x", "left", true);
-    EXPECT_EQ(s->RunCommand("text.add"), statusWord(CodeBadArgument));
-    CPUIPImageOverlay::Map bad{{"rect.x", "wide"}};
-    EXPECT_FALSE(s->RunCommandParams("cmd.rect.add", &bad));
     EXPECT_FALSE(s->RunCommandParams("cmd.other", nullptr));
     EXPECT_FALSE(s->DelOverlayObject(""));
+}
+
+TEST(CPUIPImageOverlay, NumbersThatDoNotReadRaiseToTheCaller) {
+    Stage s;
+    auto image = flat(40, 20, PixelType::Mono8, 7);
+    const auto before = bytesOf(image.get());
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    s->properties.set("text.text", "A", true);
+    s->properties.set("text.pos.x", "left", true);
+    EXPECT_THROW(s->RunCommand("text.add"), std::invalid_argument);
+    s->properties.set("text.pos.x", "99999999999", true);
+    EXPECT_THROW(s->RunCommand("text.add"), std::out_of_range);
+    CPUIPImageOverlay::Map bad{{"rect.x", "wide"}};
+    EXPECT_THROW(s->RunCommandParams("cmd.rect.add", &bad), std::invalid_argument);
+    EXPECT_EQ(s->objects.count(), 0);
+
+    // A colour that does not read fails the frame by exception, and the surface lets go of
+    // the caller's pixels all the same.
+    CPUIPImageOverlay::Map colour{{"text.clr", "white"}};
+    ASSERT_FALSE(s->SetOverlayText("A", 1, 1, &colour).empty());
+    EXPECT_THROW(s->ProcessImage(image.get(), nullptr, nullptr), std::invalid_argument);
+    EXPECT_FALSE(s->surface->textObject()->ready());
+    EXPECT_EQ(bytesOf(image.get()), before);
+    s->objects.clear();
+    EXPECT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), 0u);
 }
 
 TEST(CPUIPImageOverlay, IdleStagePassesTheInputOnUntouched) {

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <vector>
 
 using namespace FrontTest;
@@ -84,9 +85,16 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     // An empty text sets nothing.
     Params empty{{"text.text", ""}, {"text.pos.x", "1"}, {"text.pos.y", "1"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &empty), 0);
-    // Bad numbers are refused, not fatal.
+    // Numbers that do not read raise to the caller, and nothing is added.
+    const int objects = s.objects().count();
     Params bad{{"rect.x", "left"}};
-    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.add", &bad), 0);
+    EXPECT_THROW(d.RunCommandParams("cmd.display.overlay.rect.add", &bad), std::invalid_argument);
+    Params far{{"text.text", "t"}, {"text.pos.x", "1"}, {"text.pos.y", "99999999999"}};
+    EXPECT_THROW(d.RunCommandParams("cmd.display.overlay.text.add", &far), std::out_of_range);
+    Params line{{"x0", "1"}, {"y0", "2"}, {"x1", "3"}, {"y1", "four"}};
+    EXPECT_THROW(d.RunCommandParams("cmd.display.overlay.profline.add", &line),
+                 std::invalid_argument);
+    EXPECT_EQ(s.objects().count(), objects);
 }
 
 TEST(DisplayOverlay, PropertiesAndVariablesReachTheDrawObjects) {
@@ -118,6 +126,13 @@ TEST(DisplayOverlay, ProfileLinesAreListedFromTheLastAsGiven) {
     EXPECT_EQ(d.getProfileLines(&buffer), 2);
     // The last line first, in the coordinates it was given.
     EXPECT_EQ(coordinates, (std::vector<int>{10, 20, 30, 40, 1, 2, 3, 4}));
+
+    // A kept coordinate that does not read raises to the caller.
+    QTD::PROPERTIES bad;
+    bad.set("x0.cs", "left", true);
+    s.objects().update(a["objectID"], bad);
+    EXPECT_THROW(d.getProfileLines(&buffer), std::invalid_argument);
+    EXPECT_EQ(d.getProfileLines(nullptr), 2);
 
     d.setActiveProfileLine(0);
     EXPECT_EQ(s.objects().activeLineIndex(), 0);

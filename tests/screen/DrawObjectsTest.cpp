@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -314,7 +315,7 @@ TEST(DrawObjects, RenderDrawsByTypeInIdOrderWithCarriedStyle) {
     EXPECT_EQ(surface.calls[1], "line 1 2 3 4 w1 c000000");
 }
 
-TEST(DrawObjects, RenderSurvivesBadInput) {
+TEST(DrawObjects, RenderWithoutSurfaceAndTextWithoutSize) {
     RecordingSurface surface;
     DrawObjects objects;
     // No surface: nothing to draw on.
@@ -322,22 +323,46 @@ TEST(DrawObjects, RenderSurvivesBadInput) {
     objects.setText(id, 1, 1, "", nullptr);
     objects.render(nullptr, nullptr);
     objects.surface(&surface);
-    PROPERTIES bad = bagOf({{"x", "left"}});
-    ATTR broken;
-    objects.setText(broken, 0, 0, "x", nullptr);
-    objects.update(broken, bad);
-    PROPERTIES depth = bagOf({{"color.depth", "deep"}});
-    objects.render(nullptr, &depth);
-    // The empty text draws; the broken one is skipped.
+    objects.render(nullptr, nullptr);
     ASSERT_EQ(surface.calls.size(), 1u);
     EXPECT_EQ(surface.calls[0], "text  1 1 default c000000 o1");
     // A text without size has a background 4 wide and 0 high.
     surface.calls.clear();
-    objects.del(broken);
     PROPERTIES grey = bagOf({{"back.mode", "3"}});
     objects.setText(id, 1, 1, "", &grey);
     objects.render(nullptr, nullptr);
     EXPECT_EQ(surface.calls[0], "fill 0 1 4 0 c808080");
+}
+
+TEST(DrawObjects, NumbersThatDoNotReadRaiseAndReleaseTheLocks) {
+    RecordingSurface surface;
+    DrawObjects objects(&surface);
+    ATTR good;
+    objects.setText(good, 1, 1, "ok", nullptr);
+    PROPERTIES depth = bagOf({{"color.depth", "deep"}});
+    EXPECT_THROW(objects.render(nullptr, &depth), std::invalid_argument);
+    PROPERTIES huge = bagOf({{"color.depth", "99999999999"}});
+    EXPECT_THROW(objects.render(nullptr, &huge), std::out_of_range);
+
+    ATTR broken;
+    objects.setText(broken, 0, 0, "x", nullptr);
+    PROPERTIES bad = bagOf({{"x", "left"}});
+    objects.update(broken, bad);
+    EXPECT_THROW(objects.render(nullptr, nullptr), std::invalid_argument);
+    PROPERTIES colour = bagOf({{"x", "0"}, {"text.clr", "red"}});
+    objects.update(broken, colour);
+    EXPECT_THROW(objects.render(nullptr, nullptr), std::invalid_argument);
+
+    PROPERTIES rule = bagOf({{"placement", "top"}});
+    EXPECT_THROW(objects.update(broken, rule), std::invalid_argument);
+    EXPECT_THROW(objects.resize(0, 0, 100, 50), std::invalid_argument);
+
+    // Both locks were let go on the way out: the list still changes and draws.
+    surface.calls.clear();
+    EXPECT_TRUE(objects.del(broken));
+    objects.render(nullptr, nullptr);
+    ASSERT_EQ(surface.calls.size(), 1u);
+    EXPECT_EQ(surface.calls[0], "text ok 1 1 default c000000 o1");
 }
 
 TEST(DrawObjects, ShutForgetsSurfaceParserAndObjects) {

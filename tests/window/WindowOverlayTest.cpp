@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -160,14 +161,18 @@ TEST(WindowOverlayBare, NothingBreaksWithoutScreenOrObjects) {
     window.activeLine(-3);
     window.render();
 
-    // Unreadable kept coordinates leave the object where it was.
+    // Kept coordinates that do not read raise to the caller of the refresh; the object is
+    // left as it was and follows the view again once its values read.
     ASSERT_TRUE(window.init());
     window.resize(100, 100);
     QTD::ATTR before = window.drawObjects.find(id, true)->get("x");
     QTD::PROPERTIES bad = bagOf({{"x.cs", "far"}});
     window.drawObjects.update(id, bad);
-    EXPECT_TRUE(window.processCommand("view.changed", nullptr));
+    EXPECT_THROW(window.processCommand("view.changed", nullptr), std::invalid_argument);
     EXPECT_EQ(window.drawObjects.find(id, true)->get("x"), before);
+    QTD::PROPERTIES good = bagOf({{"x.cs", "1"}});
+    window.drawObjects.update(id, good);
+    EXPECT_TRUE(window.processCommand("view.changed", nullptr));
     window.shut();
     // After shut a placed text measures nothing, rather than a freed surface.
     window.setOverlayText(const_cast<char*>("t"), 2, -1, img);
