@@ -155,5 +155,3 @@ BENCHMARK(BM_Chain_RGB8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_DisplayStage_Mono12ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Memcpy_Mono12)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_DisabledStage_PassThrough)->UseRealTime();
-
-BENCHMARK_MAIN();

@@ -65,5 +65,3 @@ void Memcpy(benchmark::State& state) {
 
 BENCHMARK(DoubleBufferPut)->Arg(FRAME_8)->Arg(FRAME_16)->Unit(benchmark::kMillisecond);
 BENCHMARK(Memcpy)->Arg(FRAME_8)->Arg(FRAME_16)->Unit(benchmark::kMillisecond);
-
-BENCHMARK_MAIN();

@@ -116,5 +116,3 @@ BENCHMARK(BM_Chain_BayerRG8)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Use
 BENCHMARK(BM_Stage_BayerRG8)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_OpenCV_BayerRG12p)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Chain_BayerRG12p)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-BENCHMARK_MAIN();

@@ -4,7 +4,6 @@
 #include "cpu/MEMSurfaceTypes.h"
 
 #include <QFont>
-#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 
@@ -68,12 +67,3 @@ void BM_MemSurfaceInit(benchmark::State& state) {
 BENCHMARK(BM_MemSurfaceInit)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -101,5 +101,3 @@ void arguments(benchmark::internal::Benchmark* b, std::vector<long> algorithms) 
 
 BENCHMARK(BM_OpenCvBilinear)->Apply([](benchmark::internal::Benchmark* b) { arguments(b, {1}); });
 BENCHMARK(BM_BrxBayer)->Apply([](benchmark::internal::Benchmark* b) { arguments(b, {1, 0, 2}); });
-
-BENCHMARK_MAIN();

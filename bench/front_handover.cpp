@@ -6,7 +6,7 @@
 #include "image/ColorModelDescription.h"
 #include "image/QTDImageHelpers.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QWidget>
 #include <benchmark/benchmark.h>
 
@@ -65,12 +65,3 @@ void plainCopy(benchmark::State& state) {
 
 BENCHMARK(handOver)->Unit(benchmark::kMicrosecond);
 BENCHMARK(plainCopy)->Unit(benchmark::kMicrosecond);
-
-int main(int argc, char** argv) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

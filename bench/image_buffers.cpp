@@ -118,5 +118,3 @@ BENCHMARK(BM_DataCopy16b_DifferentStrides)->Unit(benchmark::kMillisecond)->UseRe
 BENCHMARK(BM_Memcpy_Rgb8Frame)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_DataApplyLUT_Rgb8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_OpenCV_LUT_Rgb8)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-BENCHMARK_MAIN();

@@ -75,5 +75,3 @@ BENCHMARK(BM_Unpack_Mono12p_to16)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Unpack_Mono10p_to16)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Unpack_Mono12Packed_to16)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Unpack_Mono12p_to8)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-BENCHMARK_MAIN();
