@@ -112,11 +112,16 @@ int32_t QTDViewer::initCPU(BrxImage* format, QTDProcessor* processor) {
     if (!processor)
         return status = BadArguments;
     status = Good;
+    // The display stage takes what the chain's last stage gives. Before the first frame a
+    // stage has no output yet, only the format it will produce.
     BrxImage* source = format;
     int count = processor->Size();
-    if (BrxImgProcessor* last = count > 0 ? processor->GetProcessor(count - 1) : nullptr)
+    if (BrxImgProcessor* last = count > 0 ? processor->GetProcessor(count - 1) : nullptr) {
         if (last->Output())
             source = last->Output();
+        else if (last->Format(false))
+            source = last->Format(false);
+    }
     if (!source || side(source->width) == 0 || side(source->height) == 0)
         return status = NoWindow;
 

@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# usage: check_package.sh BUILD_DIR CONSUMER_SOURCE WORK_DIR
+# usage: check_package.sh BUILD_DIR CONSUMER_SOURCE WORK_DIR [SANITIZERS]
 set -euo pipefail
-build=$1 consumer=$2 work=$3
+build=$1 consumer=$2 work=$3 sanitize=${4:-}
+# A sanitizer build of the library needs consumers built with the same runtime.
+flags=""
+[ -n "$sanitize" ] && flags="-fsanitize=$sanitize"
 rm -rf "$work"
 mkdir -p "$work"
 prefix=$work/prefix
@@ -14,19 +17,21 @@ readelf -d "$libdir/libBrxDisplayQt.so" | grep -q 'SONAME.*\[libBrxDisplayQt\.so
 readelf -d "$libdir/libBrxDemosaicing.so" | grep -q 'SONAME.*\[libBrxDemosaicing\.so\.3\]'
 
 # find_package(BrxDisplayQt)
-cmake -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 LD_LIBRARY_PATH=$libdir "$work/cmake/consumer"
 
 # pkg-config
 export PKG_CONFIG_PATH=$libdir/pkgconfig
-c++ -std=c++17 -fPIC "$consumer/consumer.cpp" -o "$work/consumer-pc" \
+c++ -std=c++17 -fPIC $flags "$consumer/consumer.cpp" -o "$work/consumer-pc" \
     $(pkg-config --cflags --libs brxdisplayqt)
 LD_LIBRARY_PATH=$libdir "$work/consumer-pc"
 # The embedding example, built against the package as an application would build it, shows a
 # few frames in its widget on Qt's offscreen platform.
 examples=$(cd "$(dirname "$0")/../../examples" && pwd)
-cmake -S "$examples/embed" -B "$work/embed" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake -S "$examples/embed" -B "$work/embed" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/embed" >/dev/null
 QT_QPA_PLATFORM=offscreen LD_LIBRARY_PATH=$libdir timeout 60 "$work/embed/embed" --frames 10
 

@@ -152,10 +152,7 @@ TEST_F(BrxConvert, RoundTripsThroughPlainCameraFormatsWithinTheirLoss) {
     }
 }
 
-// Disabled while the library cannot set a display up for packed and YUV frames: the viewer's
-// display stage is initialised with the chain's input format (Mono12p, YUV422_8_UYVY), which
-// the CPU image stage refuses, and the set-up fails silently.
-TEST_F(BrxConvert, DISABLED_RoundTripsThroughPackedAndYuvFormatsWithinTheirLoss) {
+TEST_F(BrxConvert, RoundTripsThroughPackedAndYuvFormatsWithinTheirLoss) {
     const RoundTrip cases[] = {
         {"Mono12p", true, 0, 0.0, 0},
         {"BayerRG12p", false, 2, 1.5, 6},
