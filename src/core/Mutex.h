@@ -11,6 +11,7 @@ namespace QTD {
 class Mutex : public NamedLock<std::mutex> {
 public:
     using NamedLock::NamedLock;
+    ~Mutex() override { waitForHolder(); }
 
     void lock(char const* site = nullptr) override;
 };

@@ -14,12 +14,7 @@ template <class Lock> class NamedLock {
 public:
     explicit NamedLock(char const* name = nullptr, bool trace = false) : name(name), trace(trace) {}
 
-    // Wait for a holder on another thread to leave before the lock goes away.
-    virtual ~NamedLock() {
-        while (!mutex.try_lock())
-            sched_yield();
-        mutex.unlock();
-    }
+    virtual ~NamedLock() = default;
 
     NamedLock(NamedLock const&) = delete;
     NamedLock& operator=(NamedLock const&) = delete;
@@ -32,6 +27,17 @@ public:
     virtual bool try_lock(char const* = nullptr) { return mutex.try_lock(); }
     virtual void unlock(char const* = nullptr) { mutex.unlock(); }
 
+protected:
+    // Waits for a holder on another thread to leave before the lock goes away. Each kind calls
+    // it from its own destructor: by the base's, the object is already half gone, and the
+    // holder's virtual unlock() would race with that.
+    void waitForHolder() {
+        while (!mutex.try_lock())
+            sched_yield();
+        mutex.unlock();
+    }
+
+public:
     Lock mutex;
     ATTR name;
     bool trace;

@@ -11,6 +11,7 @@ namespace QTD {
 class RMutex : public NamedLock<std::recursive_mutex> {
 public:
     using NamedLock::NamedLock;
+    ~RMutex() override { waitForHolder(); }
 
     // Raises std::system_error if the system lock fails.
     void lock(char const* site = nullptr) override;
