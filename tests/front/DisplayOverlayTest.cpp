@@ -2,9 +2,6 @@
 
 #include "FrontTestSupport.h"
 
-#include "front/QTDDisplay.h"
-#include "image/TextParser.h"
-#include "screen/QTDScreen.h"
 #include "window/QTDWindow.h"
 
 #include <gtest/gtest.h>
@@ -17,33 +14,23 @@ using Params = std::map<std::string, std::string>;
 
 namespace {
 
-struct Shown {
-    Shown() : widget(host(320, 240)), display(widget.get(), false) {
-        format = makeMono8(64, 48, 1);
-        initCode = display.Init(format.get());
-        if (initCode == 0) {
-            display.ProcessImage(format.get());
-            pumpUntil([&] { return display.processedCounter.frames.load() == 1; });
-        }
-    }
-    QTD::DrawObjects& objects() { return display.getWindow()->drawObjects; }
-    QTD::PROPERTIES* object(std::string const& id) { return objects().find(id, true); }
-    std::unique_ptr<QWidget> widget;
-    QTDDisplay display;
-    Image format;
-    uint32_t initCode = 0;
-};
+QTD::DrawObjects& objects(Shown& s) {
+    return s.display.getWindow()->drawObjects;
+}
+QTD::PROPERTIES* object(Shown& s, std::string const& id) {
+    return objects(s).find(id, true);
+}
 
 } // namespace
 
 TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
-    Shown s;
+    Shown s(true);
     ASSERT_EQ(s.initCode, 0u);
     QTDDisplay& d = s.display;
     Params text{{"text.text", "hello"}, {"text.pos.x", "5"}, {"text.pos.y", "9"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &text), 1);
     ASSERT_FALSE(text["objectID"].empty());
-    QTD::PROPERTIES* t = s.object(text["objectID"]);
+    QTD::PROPERTIES* t = object(s, text["objectID"]);
     ASSERT_NE(t, nullptr);
     EXPECT_EQ(t->get("text"), "hello");
     EXPECT_EQ(t->get("x"), "5");
@@ -57,7 +44,7 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     d.properties.set("display.overlay.line.width", "3", true);
     Params rect{{"rect.x", "1"}, {"rect.y", "2"}, {"rect.w", "30"}, {"rect.h", "20"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.add", &rect), 1);
-    QTD::PROPERTIES* r = s.object(rect["objectID"]);
+    QTD::PROPERTIES* r = object(s, rect["objectID"]);
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->get("type"), "rect");
     EXPECT_EQ(r->get("w"), "30");
@@ -65,16 +52,16 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     EXPECT_EQ(r->get("line.clr"), "0");
     Params second{{"text.text", "x"}, {"text.pos.x", "1"}, {"text.pos.y", "-1"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &second), 1);
-    EXPECT_EQ(s.object(second["objectID"])->get("text.font"), "bold");
-    EXPECT_EQ(s.object(second["objectID"])->get("placement"), "1");
+    EXPECT_EQ(object(s, second["objectID"])->get("text.font"), "bold");
+    EXPECT_EQ(object(s, second["objectID"])->get("placement"), "1");
 
     // "add" names commands without their prefix: nothing is drawn for text and rectangles.
-    const int before = s.objects().count();
+    const int before = objects(s).count();
     Params add{{"type", "text"}, {"text.text", "y"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.add", &add), 0);
     Params other{{"type", "circle"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.add", &other), 1);
-    EXPECT_EQ(s.objects().count(), before);
+    EXPECT_EQ(objects(s).count(), before);
 
     // Deletion by id, any of the three names; unknown ids are not there to delete.
     Params del{{"objectID", text["objectID"]}};
@@ -86,7 +73,7 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     Params empty{{"text.text", ""}, {"text.pos.x", "1"}, {"text.pos.y", "1"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &empty), 0);
     // Numbers that do not read raise to the caller, and nothing is added.
-    const int objects = s.objects().count();
+    const int kept = objects(s).count();
     Params bad{{"rect.x", "left"}};
     EXPECT_THROW(d.RunCommandParams("cmd.display.overlay.rect.add", &bad), std::invalid_argument);
     Params far{{"text.text", "t"}, {"text.pos.x", "1"}, {"text.pos.y", "99999999999"}};
@@ -94,32 +81,18 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     Params line{{"x0", "1"}, {"y0", "2"}, {"x1", "3"}, {"y1", "four"}};
     EXPECT_THROW(d.RunCommandParams("cmd.display.overlay.profline.add", &line),
                  std::invalid_argument);
-    EXPECT_EQ(s.objects().count(), objects);
-}
-
-TEST(DisplayOverlay, PropertiesAndVariablesReachTheDrawObjects) {
-    Shown s;
-    ASSERT_EQ(s.initCode, 0u);
-    Params props{{"line.clr", "65280"}};
-    Params vars{{"who", "camera 2"}};
-    Params command{{"props", QTD::ATTR(static_cast<void*>(&props))},
-                   {"vars", QTD::ATTR(static_cast<void*>(&vars))}};
-    EXPECT_EQ(s.display.RunCommandParams("cmd.display.overlay.params", &command), 1);
-    EXPECT_EQ(s.objects().defaults.get("line.clr"), "65280");
-    ASSERT_NE(s.objects().parser(), nullptr);
-    EXPECT_EQ(s.objects().parser()->parse("${who}"), "camera 2");
-    EXPECT_FALSE(s.display.SetOverlayProperties(nullptr));
+    EXPECT_EQ(objects(s).count(), kept);
 }
 
 TEST(DisplayOverlay, ProfileLinesAreListedFromTheLastAsGiven) {
-    Shown s;
+    Shown s(true);
     ASSERT_EQ(s.initCode, 0u);
     QTDDisplay& d = s.display;
     Params a{{"x0", "1"}, {"y0", "2"}, {"x1", "3"}, {"y1", "4"}};
     Params b{{"x0", "10"}, {"y0", "20"}, {"x1", "30"}, {"y1", "40"}, {"cs", "img"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.profline.add", &a), 1);
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.profline.add", &b), 1);
-    EXPECT_EQ(s.object(a["objectID"])->get("line.width"), "1");
+    EXPECT_EQ(object(s, a["objectID"])->get("line.width"), "1");
     EXPECT_EQ(d.getProfileLines(nullptr), 2);
     std::vector<int> coordinates(8, -7);
     int* buffer = coordinates.data();
@@ -130,15 +103,15 @@ TEST(DisplayOverlay, ProfileLinesAreListedFromTheLastAsGiven) {
     // A kept coordinate that does not read raises to the caller.
     QTD::PROPERTIES bad;
     bad.set("x0.cs", "left", true);
-    s.objects().update(a["objectID"], bad);
+    objects(s).update(a["objectID"], bad);
     EXPECT_THROW(d.getProfileLines(&buffer), std::invalid_argument);
     EXPECT_EQ(d.getProfileLines(nullptr), 2);
 
     d.setActiveProfileLine(0);
-    EXPECT_EQ(s.objects().activeLineIndex(), 0);
+    EXPECT_EQ(objects(s).activeLineIndex(), 0);
     d.deleteProfileLine(0);
     EXPECT_EQ(d.getProfileLines(nullptr), 1);
-    EXPECT_TRUE(s.objects().isExist(a["objectID"], "line"));
+    EXPECT_TRUE(objects(s).isExist(a["objectID"], "line"));
     d.clearProfileLines();
     EXPECT_EQ(d.getProfileLines(nullptr), 0);
 }

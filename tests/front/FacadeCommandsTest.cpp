@@ -4,10 +4,6 @@
 #include "FrontTestSupport.h"
 
 #include "front/BrxDisplayImpl.h"
-#include "front/QTDDisplay.h"
-#include "screen/DrawObjects.h"
-#include "screen/QTDScreen.h"
-#include "window/QTDWindow.h"
 
 #include <brx/BrxComponent.h>
 
@@ -71,69 +67,39 @@ struct Recorded {
     RecordingDisplay* display;
 };
 
-// A facade whose real controller shows one image in a host widget.
-struct Shown {
-    static constexpr int W = 64, H = 48;
-    Shown() : widget(host(320, 240)), format(makeMono8(W, H, 1)) {
-        initCode = facade.Initialize(widget.get(), nullptr, format.get());
-        if (initCode == 0) {
-            facade.DisplayVideo(format.get());
-            pumpUntil([&] { return facade.display->processedCounter.frames.load() == 1; });
-        }
-    }
-    QTDScreen* screen() { return facade.display->getScreen(); }
-    bool drawn(const std::string& id) {
-        return facade.display->getWindow()->drawObjects.isExist(QTD::ATTR(id), QTD::ATTR());
-    }
-    std::unique_ptr<QWidget> widget;
-    Image format;
-    BrxDisplayImpl facade;
-    uint32_t initCode = 0;
-};
-
 } // namespace
 
 TEST(FacadeCommands, ViewWordsBecomeViewCommands) {
-    Recorded r;
-    EXPECT_EQ(r.facade.RunCommand("display.zoom.in"), 0u);
-    EXPECT_EQ(r.facade.RunCommand("display.zoom.out"), 0u);
-    EXPECT_EQ(r.facade.RunCommand("display.atcenter"), 0u);
-    ASSERT_EQ(r.display->commands.size(), 3u);
-    EXPECT_EQ(r.display->commands[0],
-              std::make_pair(std::string("cmd.display.view.zoom.in"), Params()));
-    EXPECT_EQ(r.display->commands[1],
-              std::make_pair(std::string("cmd.display.view.zoom.out"), Params()));
     // One zero byte each for the position: text that reads as empty.
     const std::string zero(1, '\0');
-    EXPECT_EQ(r.display->commands[2].first, "cmd.display.view.at");
-    EXPECT_EQ(r.display->commands[2].second,
-              (Params{{"pos.x", zero}, {"pos.y", zero}, {"cs", "base"}}));
-    EXPECT_EQ(QTD::ATTR(r.display->commands[2].second["pos.x"]).as<double>(), 0.0);
+    const std::vector<std::pair<const char*, std::pair<std::string, Params>>> words{
+        {"display.zoom.in", {"cmd.display.view.zoom.in", {}}},
+        {"display.zoom.out", {"cmd.display.view.zoom.out", {}}},
+        {"display.atcenter",
+         {"cmd.display.view.at", {{"pos.x", zero}, {"pos.y", zero}, {"cs", "base"}}}},
+    };
+    for (auto& word : words) {
+        Recorded r;
+        EXPECT_EQ(r.facade.RunCommand(word.first), 0u) << word.first;
+        ASSERT_EQ(r.display->commands.size(), 1u) << word.first;
+        EXPECT_EQ(r.display->commands[0], word.second) << word.first;
+        // Anything but a plain 1 from the controller is a failure.
+        for (int answer : {0, 2}) {
+            r.display->answer = answer;
+            EXPECT_EQ(r.facade.RunCommand(word.first), Failed) << word.first << answer;
+        }
+    }
+    EXPECT_EQ(QTD::ATTR(zero).as<double>(), 0.0);
 
-    // Anything but a plain 1 from the controller is a failure.
-    r.display->answer = 0;
-    EXPECT_EQ(r.facade.RunCommand("display.zoom.in"), Failed);
-    r.display->answer = 2;
-    EXPECT_EQ(r.facade.RunCommand("display.atcenter"), Failed);
-    // The words are compared exactly.
-    r.display->answer = 1;
-    const size_t before = r.display->commands.size();
-    EXPECT_EQ(r.facade.RunCommand("DISPLAY.ZOOM.IN"), 0u);
-    EXPECT_EQ(r.display->commands.size(), before);
-}
-
-TEST(FacadeCommands, UnknownAndNullWordsDoNothing) {
+    // The words are compared exactly; unknown words, and the controller's own, do nothing.
     Recorded r;
-    EXPECT_EQ(r.facade.RunCommand("display.zoom"), 0u);
-    EXPECT_EQ(r.facade.RunCommand(""), 0u);
-    EXPECT_EQ(r.facade.RunCommand(nullptr), 0u);
-    // The controller's own older words are not the facade's.
-    EXPECT_EQ(r.facade.RunCommand("processing.proc.add"), 0u);
+    for (const char* word : {"DISPLAY.ZOOM.IN", "display.zoom", "",
+                             static_cast<const char*>(nullptr), "processing.proc.add"}) {
+        EXPECT_EQ(r.facade.RunCommand(word), 0u);
+    }
     // Through the component interface as well: 0, not the component's code 10.
     EXPECT_EQ(r.component()->RunCommand("cmd.display.view.zoom.in"), 0u);
     EXPECT_TRUE(r.display->commands.empty());
-    EXPECT_TRUE(r.display->texts.empty());
-    EXPECT_TRUE(r.display->deleted.empty());
 }
 
 TEST(FacadeCommands, DumpOnRemembersItsObjectWhereDumpOffDoesNotLook) {
@@ -263,43 +229,6 @@ TEST(FacadeCommands, ParameterNamesAreTranslatedOnTheWayIn) {
     EXPECT_EQ(r.display->commands.size(), 2u);
 }
 
-TEST(FacadeCommands, OnlyParameterMessagesPassRunCommandParams) {
-    Recorded r;
-    r.display->properties.set("display.view.bgcolor", "777", true);
-    Params zoom;
-    EXPECT_EQ(r.facade.RunCommandParams("cmd.display.view.zoom.in", &zoom), 0);
-    EXPECT_EQ(r.facade.RunCommandParams("cmd.parameter.set", nullptr), 0);
-    EXPECT_EQ(r.facade.RunCommandParams(nullptr, nullptr), 0);
-    // The controller's notifications reach the facade and are answered with 0.
-    Params image{{"result", "0"}};
-    EXPECT_EQ(r.facade.RunCommandParams("notification.image", &image), 0);
-    EXPECT_TRUE(r.display->commands.empty());
-
-    // A read through the facade changes nothing: the get branch wants no "cmd." prefix.
-    const Params get{{"name", "display.bg.color"}, {"value", "1"}};
-    Params asked = get;
-    EXPECT_EQ(r.facade.RunCommandParams("cmd.parameter.get", &asked), 0);
-    EXPECT_EQ(asked, get);
-    EXPECT_EQ(r.bag("display.bg.color"), "<none>");
-    long color = -1;
-    EXPECT_EQ(r.component()->GetParamInt("display.bg.color", &color), 0x80FF0005u);
-    EXPECT_EQ(color, -1);
-    EXPECT_EQ(r.component()->GetParamInt("view.scale", &color), 0x80FF0005u);
-
-    // A direct call reaches it and fills the facade's bag from the controller's.
-    EXPECT_EQ(r.facade.processParameter("parameter.get", &asked), 0);
-    EXPECT_EQ(r.bag("display.bg.color"), "777");
-    EXPECT_EQ(asked, get);
-    r.display->properties.set("display.view.scale", "0.25", true);
-    Params scale{{"name", "view.scale"}};
-    r.facade.processParameter("parameter.get", &scale);
-    EXPECT_EQ(r.bag("view.scale"), "0.250000");
-    // Without a map nothing is named, and nothing happens.
-    EXPECT_EQ(r.facade.processParameter("cmd.parameter.set", nullptr), 0);
-    EXPECT_EQ(r.facade.processParameter("parameter.get", nullptr), 0);
-    EXPECT_TRUE(r.display->commands.empty());
-}
-
 TEST(FacadeCommands, TranslateAsksTheViewInTheRightDirection) {
     Recorded r;
     r.display->writeBack = {{"pos.x", "12.750000"}, {"pos.y", "-3.500000"}, {"result", "1"}};
@@ -338,76 +267,4 @@ TEST(FacadeCommands, TranslateAsksTheViewInTheRightDirection) {
     EXPECT_EQ(r.facade.Translate(&x, &y, 1), int(Failed));
     EXPECT_EQ(x, 9);
     EXPECT_EQ(y, 8);
-}
-
-TEST(FacadeCommands, WithoutAScreenEveryViewWordFails) {
-    BrxDisplayImpl facade;
-    EXPECT_EQ(facade.RunCommand("display.zoom.in"), Failed);
-    EXPECT_EQ(facade.RunCommand("display.atcenter"), Failed);
-    EXPECT_EQ(facade.RunCommand("text.add"), Failed);
-    EXPECT_EQ(facade.properties.get("objectID", "<none>"), "");
-    int x = 3, y = 4;
-    EXPECT_EQ(facade.Translate(&x, &y, 1), int(Failed));
-    EXPECT_EQ(x, 3);
-    EXPECT_EQ(y, 4);
-    // The fit mode cannot be set, but the controller keeps the colour.
-    EXPECT_EQ(facade.GetComponent()->SetParamInt("display.fit", 2), 0u);
-    EXPECT_EQ(facade.display->properties.get("display.view.fit"), "3");
-    facade.GetComponent()->SetParamInt("display.bg.color", 65535);
-    EXPECT_EQ(facade.display->properties.get("display.view.bgcolor"), "65535");
-}
-
-TEST(FacadeCommands, ThroughTheRealView) {
-    Shown s;
-    ASSERT_EQ(s.initCode, 0u);
-    QTDScreen* screen = s.screen();
-    ASSERT_NE(screen, nullptr);
-    ASSERT_TRUE(screen->ready());
-    BrxComponent* component = s.facade.GetComponent();
-
-    EXPECT_EQ(component->SetParamInt("display.fit", 2), 0u);
-    EXPECT_EQ(screen->fit(), 2);
-    EXPECT_EQ(s.facade.display->properties.get("display.view.fit"), "2");
-
-    // At the image's corner, from somewhere else, as the screen itself puts it.
-    screen->props.set("fit", "0", true);
-    screen->scale(0.1, false);
-    screen->at(0.7, 0.7);
-    s.facade.RunCommand("display.atcenter");
-    const double cx = screen->centerX, cy = screen->centerY;
-    EXPECT_LT(cx, 0.7);
-    EXPECT_LT(cy, 0.7);
-    screen->at(0.0, 0.0);
-    EXPECT_DOUBLE_EQ(screen->centerX, cx);
-    EXPECT_DOUBLE_EQ(screen->centerY, cy);
-
-    // A point of the image to the window and back; the window's fraction is dropped.
-    screen->scale(0.5, false);
-    int x = 10, y = 20;
-    EXPECT_EQ(s.facade.Translate(&x, &y, 0), 0);
-    double wx = 10, wy = 20;
-    screen->translate(&wx, &wy, "img", "win", true, false);
-    EXPECT_EQ(x, int(wx));
-    EXPECT_EQ(y, int(wy));
-    EXPECT_EQ(s.facade.Translate(&x, &y, 1), 0);
-    double ix = int(wx), iy = int(wy);
-    screen->translate(&ix, &iy, "win", "img", true, false);
-    EXPECT_EQ(x, int(ix));
-    EXPECT_EQ(y, int(iy));
-}
-
-TEST(FacadeCommands, TextThroughTheRealWindow) {
-    Shown s;
-    ASSERT_EQ(s.initCode, 0u);
-    s.facade.properties.set("text.text", "hello", true);
-    s.facade.properties.set("text.pos.x", "4", true);
-    s.facade.properties.set("text.pos.y", "5", true);
-    EXPECT_EQ(s.facade.RunCommand("text.add"), 0u);
-    const std::string id = s.facade.properties.get("objectID");
-    ASSERT_FALSE(id.empty());
-    EXPECT_TRUE(s.drawn(id));
-    EXPECT_EQ(s.facade.RunCommand("text.del"), 0u);
-    EXPECT_FALSE(s.drawn(id));
-    EXPECT_EQ(s.facade.properties.get("objectID"), "");
-    EXPECT_EQ(s.facade.RunCommand("text.del"), Failed);
 }

@@ -3,18 +3,13 @@
 
 #include "FrontTestSupport.h"
 
-#include "chain/QTDConverter.h"
 #include "front/BrxDisplayImpl.h"
-#include "front/QTDDisplay.h"
 #include "window/QTDViewer.h"
-#include "window/QTDWindow.h"
 
-#include <brx/BrxComponent.h>
 #include <brx/BrxDisplay.h>
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
 
 using namespace FrontTest;
@@ -23,33 +18,24 @@ namespace {
 
 constexpr int W = 40, H = 30;
 
-std::string param(BrxComponent* component, const char* name) {
-    char text[256] = {0};
-    unsigned int size = sizeof(text);
-    if (component->GetParamString(name, text, &size) != 0) {
-        return "<none>";
-    }
-    return text;
-}
-
 // A controller whose image and conversion answers are scripted, to watch the facade.
 class ScriptedDisplay : public QTDDisplay {
 public:
     ScriptedDisplay() : QTDDisplay(nullptr, false) {}
     uint32_t ProcessImage(BrxImage* image) override {
         images.push_back(image);
-        const uint32_t answer = answers.empty() ? 0u : answers.front();
-        if (!answers.empty()) {
-            answers.erase(answers.begin());
-        }
-        return answer;
+        return next();
     }
     uint32_t ConvertImage(BrxImage*, BrxImage*) override {
         ++conversions;
-        const uint32_t answer = answers.empty() ? 0u : answers.front();
-        if (!answers.empty()) {
-            answers.erase(answers.begin());
+        return next();
+    }
+    uint32_t next() {
+        if (answers.empty()) {
+            return 0u;
         }
+        const uint32_t answer = answers.front();
+        answers.erase(answers.begin());
         return answer;
     }
     void DeleteConverter() override { ++deletes; }
@@ -89,23 +75,6 @@ public:
     QTD::ComponentImpl component;
 };
 
-class StrangeProcessor : public BrxDisplayProcessor {
-public:
-    explicit StrangeProcessor(bool* alive) : alive(alive) {
-        *alive = true;
-        component.properties.set("class", "qtddisplayer", true);
-    }
-    ~StrangeProcessor() override { *alive = false; }
-    int RunCommandParams(const char*, std::map<std::string, std::string>*) override { return 0; }
-    BrxComponent* GetComponent() override { return &component; }
-    uint32_t Init(BrxImage*) override { return 0; }
-    uint32_t ProcessImage(BrxImage*) override { return 0; }
-    void Release() override {}
-    BrxImgProcessingChain* GetProcessingChain() override { return nullptr; }
-    bool* alive;
-    QTD::ComponentImpl component;
-};
-
 } // namespace
 
 TEST(Facade, NullHandles) {
@@ -119,26 +88,6 @@ TEST(Facade, NullHandles) {
     BrxDisplay::DeleteComponent(nullptr);
     BrxDisplayCPU::DeleteComponent(nullptr);
     EXPECT_EQ(QTDDisplay::CastQTDDisplay(nullptr), nullptr);
-}
-
-TEST(Facade, CreatedThroughTheFlatFunctions) {
-    BrxDisplay* handle = BrxDisplay_CreateComponent();
-    ASSERT_NE(handle, nullptr);
-    BrxComponent* component = BrxDisplay_GetComponent(handle);
-    ASSERT_NE(component, nullptr);
-    EXPECT_EQ(param(component, "class"), "BrxDisplayImpl");
-    EXPECT_EQ(param(component, "system.signature"), std::to_string(reinterpret_cast<long>(handle)));
-    auto* facade = dynamic_cast<BrxDisplayImpl*>(handle);
-    ASSERT_NE(facade, nullptr);
-    // The controller starts on the CPU with no parent, and reports to the facade.
-    EXPECT_EQ(facade->display->properties.get("system.opengl"), "0");
-    EXPECT_EQ(facade->display->properties.getAs<void*>("system.parentWidget"), nullptr);
-    ASSERT_EQ(facade->display->messenger.receivers.size(), 1u);
-    EXPECT_EQ(facade->display->messenger.receivers[0], static_cast<BrxDisplayCommand*>(facade));
-    // The facade's own parameters are stored as given.
-    EXPECT_EQ(component->SetParamInt("dump.x", 4), 0u);
-    EXPECT_EQ(param(component, "dump.x"), "4");
-    BrxDisplay_DeleteComponent(handle);
 }
 
 TEST(Facade, ModeWordAndParent) {
@@ -235,62 +184,6 @@ TEST(Facade, ConvertImageRetriesOnceWithANewConverter) {
     }
 }
 
-TEST(Facade, ConvertImageThroughTheDisplay) {
-    auto widget = host();
-    BrxDisplay* handle = BrxDisplay_CreateComponent();
-    auto* facade = dynamic_cast<BrxDisplayImpl*>(handle);
-    auto source = makeMono8(W, H, 3);
-    source->timestamp = 777;
-    auto target = make(W, H, PT::RGB8);
-
-    // Nothing to convert with before the display is set up.
-    EXPECT_EQ(BrxDisplay_ConvertImage(handle, source.get(), target.get()), 0x80FF0008u);
-    ASSERT_EQ(BrxDisplay_Initialize(handle, widget.get(), nullptr, source.get()), 0u);
-
-    // From another thread, while this one runs the controller's events.
-    std::atomic<uint32_t> result{1};
-    std::atomic<bool> finished{false};
-    std::thread caller([&] {
-        result = BrxDisplay_ConvertImage(handle, source.get(), target.get());
-        finished = true;
-    });
-    ASSERT_TRUE(pumpUntil([&] { return finished.load(); }));
-    caller.join();
-    EXPECT_EQ(result, 0u);
-    EXPECT_EQ(target->imageID, 3u);
-    EXPECT_EQ(target->timestamp, 777u);
-    int wrong = 0;
-    for (uint32_t y = 0; y < uint32_t(H); ++y) {
-        for (uint32_t x = 0; x < uint32_t(W); ++x) {
-            for (uint32_t c = 0; c < 3; ++c) {
-                wrong += row8(target.get(), y)[3 * x + c] != value(x, y, 3) ? 1 : 0;
-            }
-        }
-    }
-    EXPECT_EQ(wrong, 0);
-    // Nothing was shown.
-    EXPECT_EQ(facade->display->getWindow()->currentImage(), nullptr);
-
-    // Another target size does not fit the converter: code 7 at the controller. The facade
-    // then builds a converter for it, whose CPU image stage cannot scale.
-    auto small = make(W / 2, H / 2, PT::RGB8);
-    EXPECT_EQ(facade->display->ConvertImage(source.get(), small.get()), 0x80FF0007u);
-    EXPECT_EQ(BrxDisplay_ConvertImage(handle, source.get(), small.get()), 0x80FF0001u);
-    ASSERT_NE(facade->display->converter, nullptr);
-    EXPECT_EQ(facade->display->converter->Format(false)->width, uint32_t(W / 2));
-
-    // A new image size after a conversion: the display is set up again, and the first call
-    // converts.
-    auto bigSource = makeMono8(2 * W, 2 * H, 9);
-    auto bigTarget = make(2 * W, 2 * H, PT::BGR8);
-    ASSERT_EQ(facade->SetVideoMode(bigSource.get(), nullptr), 0u);
-    EXPECT_EQ(facade->display->converter, nullptr);
-    EXPECT_EQ(BrxDisplay_ConvertImage(handle, bigSource.get(), bigTarget.get()), 0u);
-    EXPECT_EQ(row8(bigTarget.get(), 5)[3 * 7], value(7, 5, 9));
-    EXPECT_EQ(bigTarget->imageID, 9u);
-    BrxDisplay_DeleteComponent(handle);
-}
-
 TEST(Facade, DisplayImageIsNotSupported) {
     BrxDisplay* handle = BrxDisplay_CreateComponent();
     auto image = makeMono8(W, H, 1);
@@ -310,57 +203,4 @@ TEST(Facade, CheckedDeletes) {
     EXPECT_TRUE(alive);
     delete stranger;
     EXPECT_FALSE(alive);
-
-    // The real one is destroyed; a sanitizer build would see a leak otherwise.
-    BrxDisplay::DeleteComponent(BrxDisplay::CreateComponent());
-
-    bool processorAlive = false;
-    auto* strange = new StrangeProcessor(&processorAlive);
-    EXPECT_EQ(QTDDisplay::CastQTDDisplay(strange), nullptr);
-    BrxDisplayQGL::DeleteComponent(strange);
-    BrxDisplayCPU::DeleteComponent(strange);
-    EXPECT_TRUE(processorAlive);
-    delete strange;
-
-    BrxDisplayProcessor* cpu = BrxDisplayCPU::CreateComponent(nullptr);
-    QTDDisplay* controller = QTDDisplay::CastQTDDisplay(cpu);
-    ASSERT_NE(controller, nullptr);
-    EXPECT_EQ(controller->properties.get("system.opengl"), "0");
-    BrxDisplayCPU::DeleteComponent(cpu);
-    BrxDisplayProcessor* gpu = BrxDisplayQGL::CreateComponent(nullptr);
-    EXPECT_EQ(QTDDisplay::CastQTDDisplay(gpu)->properties.get("system.opengl"), "1");
-    BrxDisplayQGL::DeleteComponent(gpu);
-}
-
-TEST(Facade, ImagesFromACameraThreadThroughTheHandle) {
-    auto widget = host();
-    BrxDisplay* handle = BrxDisplay_CreateComponent();
-    auto* facade = dynamic_cast<BrxDisplayImpl*>(handle);
-    auto format = make(W, H, PT::Mono8);
-    ASSERT_EQ(BrxDisplay_Initialize(handle, widget.get(), nullptr, format.get()), 0u);
-
-    std::atomic<bool> stop{false};
-    std::atomic<int> sent{0};
-    std::thread camera([&] {
-        for (uint32_t seed = 1; seed <= 20 && !stop; ++seed) {
-            auto image = makeMono8(W, H, seed);
-            if (BrxDisplay_DisplayVideo(handle, image.get()) == 0) {
-                ++sent;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-    });
-    QTDDisplay* display = facade->display;
-    const bool last = pumpUntil([&] {
-        BrxImage* shown = display->getWindow()->currentImage();
-        return shown != nullptr && shown->imageID == 20;
-    });
-    stop = true;
-    camera.join();
-    EXPECT_TRUE(last);
-    EXPECT_EQ(sent, 20);
-    EXPECT_EQ(display->receivedCounter.frames.load(), 20);
-    EXPECT_GE(display->processedCounter.frames.load(), 1);
-    EXPECT_LE(display->processedCounter.frames.load(), 20);
-    BrxDisplay_DeleteComponent(handle);
 }

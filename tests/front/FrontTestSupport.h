@@ -4,6 +4,7 @@
 // that stands in for the application's event loop.
 
 #include "chain/QTDProcs.h"
+#include "front/QTDDisplay.h"
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxDisplayCommand.h>
@@ -80,6 +81,25 @@ inline std::unique_ptr<QWidget> host(int width = 320, int height = 240) {
     widget->show();
     return widget;
 }
+
+// A controller set up for 64x48 Mono8 images in a widget of its own; `showFirst` shows the
+// format image (seed 1) before the test starts.
+struct Shown {
+    explicit Shown(bool showFirst = false)
+        : widget(host()), display(widget.get(), false), format(makeMono8(64, 48, 1)) {
+        initCode = display.Init(format.get());
+        if (showFirst && initCode == 0) {
+            display.ProcessImage(format.get());
+            pumpUntil([&] { return processed() == 1; });
+        }
+    }
+    long processed() { return long(display.processedCounter.frames.load()); }
+    long received() { return long(display.receivedCounter.frames.load()); }
+    std::unique_ptr<QWidget> widget;
+    QTDDisplay display;
+    Image format;
+    uint32_t initCode = 0;
+};
 
 // Records every command it receives.
 class Receiver : public BrxDisplayCommand {
