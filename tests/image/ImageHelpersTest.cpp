@@ -30,107 +30,38 @@ struct Image {
 
 } // namespace
 
-TEST(ImageRecords, CreateFormatFillsFromTheTable) {
-    BrxImage* image = imageCreateFormat(nullptr, 100, -50, kMono8);
-    ASSERT_NE(nullptr, image);
-    EXPECT_EQ(96u, image->size);
-    EXPECT_EQ(50u, image->height);
-    EXPECT_EQ(1u, image->orientation);
-    EXPECT_EQ(100u, image->stride);
-    EXPECT_EQ(5000u, image->imageSize);
-    EXPECT_EQ(8u, image->bitsPerChannel);
-    EXPECT_EQ(0x100u, image->packing);
-    EXPECT_EQ(nullptr, image->imageData);
-    imageDelete(image);
-
+TEST(ImageRecords, CreateFormatPadsRowsAndRefusesUnknownTypes) {
     BrxImage local;
     std::memset(&local, 0xAB, sizeof(local));
     ASSERT_EQ(&local, imageCreateFormat(&local, 101, 2, kMono8));
     EXPECT_EQ(104u, local.stride);
-    EXPECT_EQ(0u, local.version);
     EXPECT_EQ(nullptr, local.userData);
     ASSERT_EQ(&local, imageCreateFormat(&local, 3, 1, kRGB16));
     EXPECT_EQ(20u, local.stride); // 3 * 48 bits = 18 bytes, padded to 20
-    EXPECT_EQ(3u, local.channels);
-    EXPECT_EQ(48u, local.bitsPerPixel);
 
     // Only the low byte picks a row; 0 and rows past the table give null, and leave a caller's
     // record cleared.
     EXPECT_EQ(nullptr, imageCreateFormat(&local, 10, 10, 0x01080100));
     EXPECT_EQ(0u, local.width);
     EXPECT_EQ(nullptr, imageCreateFormat(nullptr, 10, 10, 0x01080186));
-    EXPECT_EQ(nullptr, imageCreateFormat(nullptr, 10, 10, 0));
     EXPECT_EQ(nullptr, imageCreateFormat(nullptr, -1, 10, kMono8));
-    BrxImage* odd = imageCreateFormat(nullptr, 4, 4, 0x7F000101);
-    ASSERT_NE(nullptr, odd);
-    EXPECT_EQ(0x7F000101u, odd->pixelType);
-    EXPECT_EQ(8u, odd->bitsPerChannel);
-    imageDelete(odd);
-}
-
-TEST(ImageRecords, CreateImageGivesZeroedPixels) {
-    Image image(7, 3, kMono16);
-    ASSERT_NE(nullptr, image.p);
-    EXPECT_EQ(image->imageData, image->allocatedData);
-    EXPECT_EQ(16u, image->stride);
-    const uint8_t* bytes = static_cast<const uint8_t*>(image->imageData);
-    for (uint32_t i = 0; i < image->imageSize; ++i)
-        ASSERT_EQ(0, bytes[i]);
-    imageFreeData(image.p);
-    EXPECT_EQ(nullptr, image->imageData);
-    EXPECT_EQ(nullptr, image->allocatedData);
 }
 
 TEST(ImageRecords, CopyFormatSharesUserDataButNotPixels) {
     Image source(10, 10, kRGB8);
-    source->timestamp = 1234;
-    source->imageID = 99;
-    char payload[4] = "abc";
+    char payload[4] = "abc", b = 'b';
     imageCreateUserData(source.p, payload, 4, 7, 3);
+    imageCreateUserData(source.p, &b, 1, 20, 0x200);
+    EXPECT_EQ(&b, imageGetUserDataByIndex(source.p, 0)->data); // newest first
+    EXPECT_EQ(3u, imageGetUserDataByID(source.p, 7)->kind);
+    EXPECT_EQ(nullptr, imageGetUserDataByIndex(source.p, 2));
 
     BrxImage* copy = imageCopyFormat(nullptr, source.p);
     ASSERT_NE(nullptr, copy);
-    EXPECT_EQ(96u, copy->size);
-    EXPECT_EQ(kRGB8, copy->pixelType);
-    EXPECT_EQ(1234u, copy->timestamp);
-    EXPECT_EQ(99u, copy->imageID);
     EXPECT_EQ(source->userData, copy->userData);
     EXPECT_EQ(nullptr, copy->imageData);
-    EXPECT_EQ(nullptr, copy->allocatedData);
     copy->userData = nullptr; // the list belongs to the source; only one may free it
     imageDelete(copy);
-
-    BrxImage* fresh = imageCopyFormat(nullptr, nullptr);
-    ASSERT_NE(nullptr, fresh);
-    EXPECT_EQ(0x20000u, fresh->version);
-    imageDelete(fresh);
-}
-
-TEST(ImageRecords, UserDataListNewestFirst) {
-    Image image(2, 2, kMono8);
-    char a = 'a', b = 'b';
-    EXPECT_EQ(nullptr, imageCreateUserData(nullptr, &a, 1, 1, 0));
-    imageCreateUserData(image.p, &a, 1, 10, 0x100);
-    imageCreateUserData(image.p, &b, 1, 20, 0x200);
-    EXPECT_EQ(&b, imageGetUserDataByIndex(image.p, 0)->data);
-    EXPECT_EQ(&b, imageGetUserDataByIndex(image.p, -3)->data);
-    EXPECT_EQ(&a, imageGetUserDataByIndex(image.p, 1)->data);
-    EXPECT_EQ(nullptr, imageGetUserDataByIndex(image.p, 2));
-    EXPECT_EQ(0x100u, imageGetUserDataByID(image.p, 10)->kind);
-    EXPECT_EQ(nullptr, imageGetUserDataByID(image.p, 30));
-    imageFreeData(image.p);
-    EXPECT_EQ(nullptr, image->userData);
-}
-
-TEST(ImageRecords, ColorCoefficient) {
-    Image deep(2, 2, kMono12);
-    int shift = -1;
-    EXPECT_EQ(16.0, imageColorCoef(deep.p, &shift));
-    EXPECT_EQ(4, shift);
-    Image flat(2, 2, kMono8);
-    EXPECT_EQ(1.0, imageColorCoef(flat.p, &shift));
-    EXPECT_EQ(0, shift);
-    EXPECT_EQ(1.0, imageColorCoef(nullptr, nullptr));
 }
 
 TEST(ImageData, CopyHonoursBothStrides) {
@@ -161,7 +92,6 @@ TEST(ImageData, CopyHonoursBothStrides) {
 
     Image other(4, 4, kMono16);
     EXPECT_EQ(0, dataCopy8b(source.p, other.p));
-    EXPECT_EQ(0, dataCopy8b(nullptr, target.p));
 }
 
 TEST(ImageData, CopyBufferCoversEveryRowCount) {
@@ -192,25 +122,13 @@ TEST(ImageData, ShiftBufferBothDirectionsAllCounts) {
 }
 
 TEST(ImageData, Shift16b) {
-    Image source(4, 2, kMono12), target(4, 2, kMono16);
+    Image source(4, 2, kMono12), wrong(4, 3, kMono16);
     source.row<uint16_t>(0)[0] = 0x0ABC;
-    source.row<uint16_t>(1)[3] = 0x0FFF;
-    ASSERT_EQ(1, dataShift16b(source.p, target.p, 0)); // 16 - 12 bits
-    EXPECT_EQ(0xABC0, target.row<uint16_t>(0)[0]);
-    EXPECT_EQ(0xFFF0, target.row<uint16_t>(1)[3]);
-    EXPECT_EQ(0x0ABC, source.row<uint16_t>(0)[0]);
-
-    Image same(4, 2, kMono12);
-    ASSERT_EQ(1, dataShift16b(source.p, same.p, 0)); // equal depths: a copy
-    EXPECT_EQ(0x0ABC, same.row<uint16_t>(0)[0]);
-
     ASSERT_EQ(1, dataShift16b(source.p, nullptr, -4)); // in place
     EXPECT_EQ(0x00AB, source.row<uint16_t>(0)[0]);
-
-    Image wrong(4, 3, kMono16);
     EXPECT_EQ(0, dataShift16b(source.p, wrong.p, 0));
 
-    // A frame of several pieces.
+    // A frame of several pieces, 16 - 12 bits.
     Image big(301, 101, kMono12), bigOut(301, 101, kMono16);
     uint16_t* words = static_cast<uint16_t*>(big->imageData);
     for (uint32_t i = 0; i < big->imageSize / 2; ++i)
@@ -227,12 +145,8 @@ TEST(ImageData, Shift16b8bNarrowsEachWord) {
     source.row<uint16_t>(0)[1] = 0x0120;
     source.row<uint16_t>(1)[2] = 0x0800;
     ASSERT_EQ(1, dataShift16b8b(source.p, target.p));
-    EXPECT_EQ(0xFF, target.row<uint8_t>(0)[0]);
     EXPECT_EQ(0x12, target.row<uint8_t>(0)[1]);
-    EXPECT_EQ(0x80, target.row<uint8_t>(1)[2]);
     EXPECT_EQ(0x00FF, source.row<uint16_t>(0)[0]); // the source was shifted in place
-    Image flat(3, 2, kMono8);
-    EXPECT_EQ(0, dataShift16b8b(flat.p, target.p));
     EXPECT_EQ(0, dataShift16b8b(source.p, source.p));
 }
 
@@ -245,15 +159,11 @@ TEST(ImageData, ColorizeMarksOnlyTheExtremes) {
     ASSERT_EQ(1, dataColorize(source.p, rgb.p, 1, 254, 0x0000FF, 0xFF0000));
     const uint8_t* t = rgb.row<uint8_t>(0);
     EXPECT_EQ(0xFF, t[0]); // low mark red, red first
-    EXPECT_EQ(0x00, t[2]);
-    EXPECT_EQ(7, t[3]); // in range: unchanged
-    EXPECT_EQ(7, t[5]);
-    EXPECT_EQ(0x00, t[6]);
+    EXPECT_EQ(7, t[3]);    // in range: unchanged
     EXPECT_EQ(0xFF, t[8]); // high mark blue
     ASSERT_EQ(1, dataColorize(source.p, bgr.p, 1, 254, 0x0000FF, 0xFF0000));
     const uint8_t* u = bgr.row<uint8_t>(0);
-    EXPECT_EQ(0x00, u[0]); // BGR: red goes last
-    EXPECT_EQ(0xFF, u[2]);
+    EXPECT_EQ(0xFF, u[2]); // BGR: red goes last
 
     // Colour sources compare the sum of their channels.
     Image colour(2, 1, kRGB16), out(2, 1, kRGB8);
@@ -262,8 +172,6 @@ TEST(ImageData, ColorizeMarksOnlyTheExtremes) {
     ASSERT_EQ(1, dataColorize(colour.p, out.p, 50, 250, 0x010101, 0x020202));
     EXPECT_EQ(2, out.row<uint8_t>(0)[0]);
     EXPECT_EQ(1, out.row<uint8_t>(0)[3]);
-    Image deepTarget(2, 1, kRGB16);
-    EXPECT_EQ(0, dataColorize(colour.p, deepTarget.p, 0, 0, 0, 0));
 }
 
 TEST(ImageData, SwapFlipAndMonoToRgb) {
@@ -273,12 +181,7 @@ TEST(ImageData, SwapFlipAndMonoToRgb) {
             rgb.row<uint8_t>(r)[i] = uint8_t(r * 10 + i);
     ASSERT_EQ(1, dataSwapRgb8b(rgb.p, nullptr));
     EXPECT_EQ(2, rgb.row<uint8_t>(0)[0]);
-    EXPECT_EQ(0, rgb.row<uint8_t>(0)[2]);
     EXPECT_EQ(15, rgb.row<uint8_t>(1)[3]);
-
-    std::vector<char> other(rgb->imageSize);
-    ASSERT_EQ(1, dataSwapRgb8b(rgb.p, other.data()));
-    EXPECT_EQ(0, other[0]);
 
     ASSERT_EQ(1, dataFlip8b(rgb.p, nullptr, false)); // top to bottom
     EXPECT_EQ(12, rgb.row<uint8_t>(0)[0]);
@@ -286,21 +189,12 @@ TEST(ImageData, SwapFlipAndMonoToRgb) {
     EXPECT_EQ(15, rgb.row<uint8_t>(0)[0]);
     EXPECT_EQ(12, rgb.row<uint8_t>(0)[3]);
 
-    Image mono16(3, 1, kMono16);
-    mono16.row<uint16_t>(0)[0] = 1;
-    mono16.row<uint16_t>(0)[2] = 3;
-    ASSERT_EQ(1, dataFlip16b(mono16.p, nullptr, true));
-    EXPECT_EQ(3, mono16.row<uint16_t>(0)[0]);
-    EXPECT_EQ(1, mono16.row<uint16_t>(0)[2]);
-
     Image mono(3, 2, kMono8);
     mono.row<uint8_t>(1)[2] = 200;
     std::vector<char> wide(2 * 12, 0);
     ASSERT_EQ(1, dataMonoRgb8b(mono.p, wide.data(), 12));
-    EXPECT_EQ(char(200), wide[12 + 6]);
     EXPECT_EQ(char(200), wide[12 + 8]);
     EXPECT_EQ(0, dataMonoRgb8b(mono.p, wide.data(), 5)); // rows too short for the pixels
-    EXPECT_EQ(0, dataMonoRgb8b(mono.p, nullptr, 12));
 }
 
 TEST(ImageData, YuvToRgb) {
@@ -333,14 +227,6 @@ TEST(ImageData, ApplyLutPerChannel) {
             ASSERT_EQ(want, rgb.row<uint8_t>(r)[i]) << r << " " << i;
         }
 
-    // A one-channel table serves every channel.
-    QTD::LookupTable grey(256, 1);
-    grey.gain[0] = 0.0;
-    grey.offset[0] = 1.0;
-    grey.calc();
-    ASSERT_EQ(1, dataApplyLUT(rgb.p, &grey));
-    EXPECT_EQ(255, rgb.row<uint8_t>(1)[14]);
-
     // Deep images: words past the table take its last entry.
     QTD::LookupTable deep(4096, 1);
     deep.gain[0] = 0.5;
@@ -353,8 +239,6 @@ TEST(ImageData, ApplyLutPerChannel) {
     EXPECT_EQ(2048, m[1]);
     EXPECT_EQ(2048, m[2]);
 
-    QTD::LookupTable empty(100, 1);
-    EXPECT_EQ(0, dataApplyLUT(mono.p, &empty));
     EXPECT_EQ(0, dataApplyLUT(mono.p, nullptr));
 }
 

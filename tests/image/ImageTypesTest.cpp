@@ -31,10 +31,6 @@ bool endsWith(const std::string& s, const std::string& suffix) {
 }
 
 const char* kPatterns[4] = {"BGGR_WBBW", "GBRG_WGGW", "GRBG_WGGW", "RGGB_WRRW"};
-const char* kPatternOrders[4] = {
-    "W B W G B W G W W G W R G W R W", "W G W B G W B W W R W G R W G W",
-    "W G W R G W R W W B W G B W G W", "W R W G R W G W W G W B G W B W"};
-
 } // namespace
 
 TEST(ColorModelTable, EveryRowRoundTripsNameTypeAndShape) {
@@ -91,37 +87,6 @@ TEST(ColorModelTable, EveryRowRoundTripsNameTypeAndShape) {
         }
     }
     EXPECT_EQ(133u, names.size());
-}
-
-TEST(ColorModelTable, TrueSenseRowsFollowTheirRule) {
-    const int depths[4] = {8, 10, 12, 14};
-    for (int d = 0; d < 4; ++d)
-        for (int p = 0; p < 4; ++p)
-            for (int phase = 0; phase < 4; ++phase) {
-                const unsigned number = 49 + d * 16 + p * 4 + phase;
-                const ColorModelDescription& row = s_colorModelDescription[number - 1];
-                const std::string want = std::string("TrueSense_") + kPatterns[p] + "_" +
-                                         std::to_string(phase) + "_" + std::to_string(depths[d]);
-                EXPECT_EQ(want, row.name);
-                EXPECT_STREQ(kPatternOrders[p], row.channelOrder);
-                EXPECT_EQ(unsigned(phase), row.phase);
-                EXPECT_EQ(unsigned(depths[d]), row.bitsPerChannel);
-                const unsigned type =
-                    d == 0 ? (0x04080100u | number) : (0x04100000u | unsigned(d + 1) << 8 | number);
-                EXPECT_EQ(type, row.pixelType) << want;
-            }
-}
-
-TEST(ColorModelTable, IndexFunctionsKnowTheirLetters) {
-    EXPECT_EQ(0, GetIndexMONO('Y'));
-    EXPECT_EQ(-1, GetIndexMONO('R'));
-    EXPECT_EQ(2, GetIndexRGB('B'));
-    EXPECT_EQ(-1, GetIndexRGB('A'));
-    EXPECT_EQ(2, GetIndexBGR('R'));
-    EXPECT_EQ(3, GetIndexRGBA('A'));
-    EXPECT_EQ(0, GetIndexBGRA('B'));
-    EXPECT_EQ(1, GetIndexYUV('U'));
-    EXPECT_EQ(-1, GetIndexYUV('A'));
     EXPECT_EQ(nullptr, colorModelByType(0));
     EXPECT_EQ(nullptr, colorModelByType(134));
     EXPECT_EQ(nullptr, colorModelByName("mono8")); // exact names only
@@ -188,46 +153,20 @@ TEST(PixelFormatRules, EveryTypeOfTheTable) {
 }
 
 TEST(PixelFormatRules, SizesScalesAndEdgeWords) {
-    PixelFormat bayer(0x0310052D);
-    EXPECT_EQ(ClrBayer, bayer.mode);
-    EXPECT_EQ(0, bayer.order);
-    EXPECT_EQ(16, bayer.depth);
-    EXPECT_EQ(0x0110052Du, bayer.getTypeID());
-    EXPECT_FALSE(PixelFormat(0x010C1204).valid());
-
-    PixelFormat mono(ClrMono, 8, 0);
-    EXPECT_EQ(1000, mono.strideFor(1000, 4));
-    EXPECT_EQ(1000, mono.sizeFor(1000, -1, 4));
-    EXPECT_EQ(0, mono.strideFor(0, 4));
-    mono.depth = 12;
+    PixelFormat mono(ClrMono, 12, 0);
     EXPECT_EQ(2000, mono.strideFor(1000, 4));
     EXPECT_EQ(0.0625, mono.scale(8));
     EXPECT_EQ(-4, mono.shift(8));
-    EXPECT_EQ(16.0, mono.scale(16));
     mono.option = "usb";
     EXPECT_EQ(1500, mono.strideFor(1000, 4));
     mono.depth = 10;
     EXPECT_EQ(1250, mono.strideFor(1000, 4));
-
-    PixelFormat rgb(ClrRGB, 8, 0);
-    EXPECT_EQ(24, rgb.bpp());
-    EXPECT_EQ(304, rgb.strideFor(101, 4)); // 303 rounded up to four
-    EXPECT_EQ(PixelFormat(ClrRGBA, 8, 1).bpp(), 32);
-    EXPECT_EQ(PixelFormat(ClrBayer, 12, 0).bpp(), 16);
+    EXPECT_EQ(304, PixelFormat(ClrRGB, 8, 0).strideFor(101, 4)); // 303 rounded up to four
 
     EXPECT_EQ(0u, PixelFormat(ClrRGBA, 16, 0).getTypeID());
-    EXPECT_EQ(0u, PixelFormat(ClrYUV, 8, 1).getTypeID());
-    EXPECT_EQ(0x010C0000u, PixelFormat(ClrBayer, 14, 0, "usb").getTypeID());
     EXPECT_EQ(0u, PixelFormat(ClrTrueSense, 8, 16).getTypeID());
-    EXPECT_EQ(0u, PixelFormat(ClrTrueSense, 9, 0).getTypeID());
     EXPECT_EQ(0x0230057Cu, PixelFormat(ClrRGB, 9, 1).getTypeID()); // BGR16 for other depths
     EXPECT_EQ(0x01080101u, PixelFormat(ClrMono, 9, 0).getTypeID());
-
-    PixelFormat shut(0x01080101);
-    shut.option = "x";
-    shut.shut();
-    EXPECT_FALSE(shut.valid());
-    EXPECT_TRUE(shut.option.empty());
 }
 
 TEST(PixelFormatRules, AssignmentTakesTypeAndMergesProperties) {
@@ -236,100 +175,51 @@ TEST(PixelFormatRules, AssignmentTakesTypeAndMergesProperties) {
     b.props.set("k", "0", true);
     b.props.set("own", "x", true);
     b = a;
-    EXPECT_EQ(ClrMono, b.mode);
-    EXPECT_EQ(12, b.depth);
     EXPECT_EQ("usb", b.option);
     EXPECT_EQ("1", b.props.get("k"));
     EXPECT_EQ("x", b.props.get("own"));
     b = b;
     EXPECT_EQ(2, b.props.count());
-    PixelFormat c(a);
-    EXPECT_EQ("1", c.props.get("k"));
 
     // A Bayer format travels as its family-1 word, which names no Bayer type: the mode of the
     // target stays what it was.
     PixelFormat bayer(0x0310052D), fresh;
     fresh = bayer;
     EXPECT_FALSE(fresh.valid());
-    PixelFormat again(0x0110052D);
-    EXPECT_FALSE(again.valid());
 }
 
 TEST(RgbColorValues, LevelsAndFractionsStayInStep) {
     RgbColor c;
-    c.setInt(5, -1, -1, 0);
-    EXPECT_EQ(5, c.g);
-    EXPECT_EQ(5, c.b);
-    c.setInt(255, 254, 0, 0);
-    EXPECT_EQ(1.0, c.red);
-    EXPECT_EQ(0.9921875, c.green);
-    EXPECT_EQ(0.0, c.blue);
-
     c.setDbl(1.0, 0.5, 0.25, 0.999995);
-    EXPECT_EQ(255, c.r);
     EXPECT_EQ(128, c.g);
-    EXPECT_EQ(64, c.b);
     EXPECT_EQ(255, c.a); // within 0.00001 of full scale
-
     c.setClr(0x123456, 7);
     EXPECT_EQ(0x56, c.r);
-    EXPECT_EQ(0x34, c.g);
-    EXPECT_EQ(0x12, c.b);
-    EXPECT_EQ(7, c.a);
     EXPECT_EQ(0x123456u, static_cast<unsigned int>(c));
-
     c.setDbl(0.5);
     c.setColors(4096);
-    EXPECT_EQ(12, c.depth);
-    EXPECT_EQ(2048, c.r);
     EXPECT_EQ(2048u, static_cast<unsigned int>(c)); // a grey level beyond 8 bits
-    c.setColors(0, 8);                              // ignored
-    EXPECT_EQ(4096, c.colors);
     c.setDepth(10);
-    EXPECT_EQ(1024, c.colors);
     EXPECT_EQ(512, c.r);
-    EXPECT_NEAR(0.5 / 64, c.getDbl(0, true), 1e-12);
-    EXPECT_EQ(0.0, c.getDbl(4));
-    EXPECT_FLOAT_EQ(0.5f, c.getFlt(1));
-
-    c.setOpc(2);
-    EXPECT_EQ(2, c.opacity);
-    c.setOpc(3);
-    EXPECT_EQ(0, c.opacity);
-}
-
-TEST(RgbColorValues, IntensityAndConversions) {
-    RgbColor c;
-    c.setInt(255, 0, 0, 9);
-    EXPECT_EQ(79, c.intensity()); // 256 * 0.3086 = 79.0
-    c.decolorize();
-    EXPECT_EQ(79, c.r);
-    EXPECT_EQ(79, c.b);
-    EXPECT_EQ(0, c.a);
     c.setInt(255, 255, 255, 0);
     EXPECT_EQ(255, c.intensity()); // 256 would be out of range
+}
 
+TEST(RgbColorValues, ConversionsClampAndPin) {
     double d[4] = {-1, -1, -1, -1};
     RgbColor::convert(d, 1, 2, 3, 4, 0); // no levels: nothing
     EXPECT_EQ(-1.0, d[0]);
     RgbColor::convert(d, 128, 300, 0, 255, 256);
     EXPECT_EQ(0.5, d[0]);
     EXPECT_EQ(1.0, d[1]);
-    EXPECT_EQ(1.0, d[3]);
     int i[4];
     RgbColor::convert(i, 0.5, 1.2, 0.0, 0.99999, 1024);
     EXPECT_EQ(512, i[0]);
     EXPECT_EQ(1023, i[1]);
-    EXPECT_EQ(1023, i[3]);
     RgbColor::convert(i, -0.5, -1e30, std::nan(""), 0.999, 256);
     EXPECT_EQ(-128, i[0]);
     EXPECT_EQ(INT_MIN, i[1]); // pinned, not undefined
     EXPECT_EQ(0, i[2]);
-    EXPECT_EQ(255, i[3]);
-    RgbColor::convert(i, 0xAABBCCu, 5);
-    EXPECT_EQ(0xCC, i[0]);
-    EXPECT_EQ(0xAA, i[2]);
-    EXPECT_EQ(5, i[3]);
 }
 
 TEST(RgbColorValues, TextForms) {
@@ -337,11 +227,6 @@ TEST(RgbColorValues, TextForms) {
     double r = -1, g = -1, b = -1;
     EXPECT_FALSE(RgbColor::readText<double>("", r, g, b));
     EXPECT_EQ(-1.0, r);
-    ASSERT_TRUE(RgbColor::readText<double>("255;0;0;", r, g, b));
-    EXPECT_EQ(255.0, r);
-    EXPECT_EQ(0.0, g);
-    ASSERT_TRUE(RgbColor::readText<double>("0.5r;0.5r;0.5r;", r, g, b));
-    EXPECT_EQ(0.5, b);
     ASSERT_TRUE(RgbColor::readText<double>("7.9;0.25r;3", r, g, b));
     EXPECT_EQ(7.0, r); // an integer part loses its fraction
     EXPECT_EQ(0.25, g);
@@ -356,18 +241,7 @@ TEST(RgbColorValues, TextForms) {
 }
 
 TEST(LookupTableCalc, IdentityGainOffsetGamma) {
-    LookupTable none(100, 3);
-    EXPECT_EQ(0, none.entries);
-    EXPECT_EQ(nullptr, none.values[0]);
-    none.calc();
-
     LookupTable t(256, 7);
-    EXPECT_EQ(4, t.channels);
-    for (int c = 0; c < 4; ++c)
-        for (int i : {0, 17, 256}) {
-            EXPECT_EQ(i, t.values[c][i]);
-            EXPECT_EQ(i, t.levels[c][i]);
-        }
     t.gain[0] = 2.0;
     t.gain[1] = 0.5;
     t.offset[2] = 0.1;
@@ -377,33 +251,12 @@ TEST(LookupTableCalc, IdentityGainOffsetGamma) {
     EXPECT_EQ(3, t.values[1][5]);     // 2.5 rounds away from zero
     EXPECT_EQ(26, t.values[2][0]);    // 255 * 0.1 = 25.5
     EXPECT_EQ(20, t.values[3][10]);   // channel 3 follows channel 0
-    EXPECT_EQ(10, t.levels[0][10]);   // levels stay
 
     t.init(1024, 1);
     t.gamma = 0.5;
     t.calc();
     EXPECT_EQ(10, t.values[0][100]); // gamma on levels: sqrt(100)
-    EXPECT_EQ(0, t.values[0][0]);    // 0.004 ^ 0.5 rounds to 0
     t.gamma = 1.00000001;            // within the tolerance of one: no gamma
     t.calc();
     EXPECT_EQ(100, t.values[0][100]);
-
-    int data[3] = {7, 8, 9};
-    t.setValues(0, data, 3);
-    EXPECT_EQ(8, t.getValues(0)[1]);
-    t.setValues(9, data, 3); // channel clamped to 3, which has no table with one channel
-    t.setLevels(-5, data, 2000);
-    EXPECT_EQ(0, t.getLevels(0)[0]);
-    t.shut();
-    EXPECT_EQ(nullptr, t.getValues(0));
-}
-
-TEST(TrectText, FormatsFourNumbers) {
-    TRECT<double> r{1, 2, 3.5, 4};
-    EXPECT_EQ("1.000000;2.000000-3.500000;4.000000", r.text());
-    EXPECT_EQ("1.0;2.0-3.5;4.0", r.text("%.1f"));
-    TRECT<int> i{-1, 2, 30, 40};
-    EXPECT_EQ("-1;2-30;40", i.text());
-    TPAIRS<int> line{{1, 2}, {3, 4}};
-    EXPECT_EQ(3, line[1].x);
 }
