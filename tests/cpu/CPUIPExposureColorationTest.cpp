@@ -1,5 +1,4 @@
-// Exposure coloration: reaching back to "image.unpacked", automatic thresholds, the Enable
-// override and the byte order of the display image.
+// Exposure coloration: automatic thresholds and the byte order of the display image.
 
 #include "cpu/CPUIPExposureColoration.h"
 #include "chain/QTDProcessor.h"
@@ -93,58 +92,12 @@ TEST(CPUIPExposureColoration, ColourSumsAndBgrTargets) {
     EXPECT_EQ(pixel(rig.display.get(), 2), Green);
 }
 
-TEST(CPUIPExposureColoration, DisabledLeavesTheImageAndEnableReachesBack) {
-    Rig rig(monoRow({0, 255}), PixelType::RGB8);
-    BrxImgProcessor* unpacked = rig.chain.GetProcessor("image.unpacked");
-    EXPECT_FALSE(unpacked->IsEnabled());
-    EXPECT_FALSE(rig.stage->Enable(false)); // count 0, and "image.unpacked" stays at 0
-    EXPECT_EQ(rig.stage->sourceStage, unpacked);
-    ASSERT_EQ(rig.run(), 0u);
-    EXPECT_EQ(rig.stage->Output(), rig.display.get());
-    EXPECT_EQ(pixel(rig.display.get(), 0), Grey);
-    EXPECT_EQ(pixel(rig.display.get(), 1), Grey);
-
-    EXPECT_TRUE(rig.stage->Enable(true));
-    EXPECT_TRUE(unpacked->IsEnabled());
-    ASSERT_EQ(rig.run(), 0u);
-    EXPECT_NE(unpacked->Output(), rig.raw.get()); // a private copy of the raw image
-    EXPECT_EQ(pixel(rig.display.get(), 0), Green);
-}
-
-TEST(CPUIPExposureColoration, CommandsKeepOrResetTheValues) {
-    Rig rig(monoRow({0, 200}), PixelType::RGB8);
-    std::map<std::string, std::string> params{{"color.hi", "16711680"}}; // blue
-    ASSERT_TRUE(rig.stage->RunCommandParams("cmd.params.apply", &params));
-    EXPECT_EQ(rig.stage->properties.get("thres.lo"), "-1");
-    EXPECT_EQ(rig.stage->properties.get("thres.hi"), "-1");
-    EXPECT_EQ(rig.stage->properties.get("color.lo"), "65280");
-    EXPECT_EQ(rig.stage->colorHi, 0xFF0000u);
-
-    params = {{"thres.hi", "150"}};
-    ASSERT_TRUE(rig.stage->RunCommandParams("cmd.params.apply", &params));
-    ASSERT_EQ(rig.run(), 0u);
-    EXPECT_EQ(pixel(rig.display.get(), 1), (Rgb{0, 0, 255}));
-
-    EXPECT_TRUE(rig.stage->RunCommandParams("cmd.params.reset", nullptr));
-    EXPECT_EQ(rig.stage->properties.get("thres.hi"), "-1");
-    EXPECT_EQ(rig.stage->properties.get("color.hi"), "255");
-    EXPECT_FALSE(rig.stage->isReady());
-    EXPECT_EQ(rig.stage->RunCommand("params.apply"), 0u);
-    EXPECT_EQ(rig.stage->thresHi, 254);
-    EXPECT_EQ(rig.stage->RunCommand("params.reset"), 0u);
-    EXPECT_EQ(rig.stage->RunCommand("nothing"), 0x80FF000Au);
-    EXPECT_FALSE(rig.stage->RunCommandParams("cmd.other", nullptr));
-}
-
 TEST(CPUIPExposureColoration, WithoutASourceEveryImageIsCodeSeven) {
     CPUIPExposureColoration alone(nullptr);
     auto display = TestImages::make(4, 1, PixelType::RGB8);
     ASSERT_EQ(alone.Init(display.get(), nullptr), 0u);
     EXPECT_EQ(alone.sourceStage, nullptr);
     EXPECT_EQ(alone.ProcessImage(display.get(), nullptr, nullptr), statusWord(CodeBadArgument));
-    alone.Enable(false);
-    EXPECT_EQ(alone.ProcessImage(display.get(), nullptr, nullptr), statusWord(CodeBadArgument));
-    EXPECT_EQ(alone.RunCommand("params.apply"), statusWord(CodeFailed));
 }
 
 TEST(CPUIPExposureColoration, RefusesRawFormatsAndMismatchedImages) {
@@ -160,8 +113,4 @@ TEST(CPUIPExposureColoration, RefusesRawFormatsAndMismatchedImages) {
     EXPECT_EQ(rig.stage->ProcessImage(narrow.get(), nullptr, nullptr), statusWord(CodeBadArgument));
     auto mono = TestImages::make(4, 1, PixelType::Mono8);
     EXPECT_EQ(rig.stage->ProcessImage(mono.get(), nullptr, nullptr), statusWord(CodeBadArgument));
-    rig.stage->Release();
-    EXPECT_EQ(rig.stage->sourceStage, nullptr);
-    EXPECT_EQ(rig.stage->thresHi, 0);
-    EXPECT_EQ(rig.stage->properties.get("color.lo"), "65280"); // the bag survives
 }

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -139,15 +138,6 @@ TEST_F(MEMSurfaceTest, MonoTextStaysInsideItsBox) {
         }
     EXPECT_GT(lit, 30);
     EXPECT_TRUE(canvas.guardsIntact());
-    if (char const* dir = std::getenv("BRX_SURFACE_PNG")) {
-        Canvas shot(RGB8, 8, 3, 240, 90, 40);
-        QTD::RgbColor yellow(255, 255, 0, 0, 256);
-        yellow.setOpc(1);
-        draw(shot, "Hi, 42! gjpqy\nMono & RGB\tTab", 4, 4, &yellow, "large");
-        draw(shot, "fixed: 0123456789", 4, 60, &white, "fixed");
-        QImage(shot.buffer.data() + GUARD, 240, 90, shot.stride, QImage::Format_RGB888)
-            .save(QString(dir) + "/mem_surface.png");
-    }
 }
 
 TEST_F(MEMSurfaceTest, OpacityOneBlendsByCoverage) {
@@ -173,29 +163,6 @@ TEST_F(MEMSurfaceTest, OpacityOneBlendsByCoverage) {
     EXPECT_TRUE(sawEdge);
 }
 
-TEST_F(MEMSurfaceTest, InversionAndThreshold) {
-    Canvas inverted(MONO8, 8, 1, 60, 30, 50);
-    QTD::RgbColor c(255, 0, 0, 0, 256);
-    c.setOpc(2);
-    draw(inverted, "M", 0, 0, &c);
-    int w, h;
-    auto cov = coverage("default", "M", w, h);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            ASSERT_EQ(inverted.at(x, y), cov[y][x] ? 205 : 50);
-
-    // Opacity 3 (set by hand): black where the old pixel is bright, white where it is dark.
-    c.opacity = 3;
-    Canvas dark(MONO8, 8, 1, 60, 30, 50), bright(MONO8, 8, 1, 60, 30, 100);
-    draw(dark, "M", 0, 0, &c);
-    draw(bright, "M", 0, 0, &c);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            ASSERT_EQ(dark.at(x, y), cov[y][x] ? 255 : 50);
-            ASSERT_EQ(bright.at(x, y), cov[y][x] ? 0 : 100);
-        }
-}
-
 TEST_F(MEMSurfaceTest, ColourImagesTakeTheComponentsInTheirOrder) {
     QTD::RgbColor orange(255, 128, 0, 0, 256);
     Canvas rgb(RGB8, 8, 3, 60, 30, 7), bgr(BGR8, 8, 3, 60, 30, 7);
@@ -214,40 +181,6 @@ TEST_F(MEMSurfaceTest, ColourImagesTakeTheComponentsInTheirOrder) {
             EXPECT_EQ(bgr.at(2 + x, 2 + y, 2), on ? 255 : 7);
         }
     EXPECT_GT(lit, 10);
-}
-
-TEST_F(MEMSurfaceTest, DeepImagesTakeTheColourAtTheirDepth) {
-    QTD::RgbColor white(255, 255, 255, 0, 256);
-    Canvas mono16(MONO16, 16, 1, 40, 30, 1000), mono12(MONO12, 12, 1, 40, 30, 1000);
-    Canvas rgb16(RGB16, 16, 3, 40, 30, 1000);
-    draw(mono16, "T", 0, 0, &white);
-    draw(mono12, "T", 0, 0, &white);
-    draw(rgb16, "T", 0, 0, &white);
-    int w, h;
-    auto cov = coverage("default", "T", w, h);
-    int lit = 0;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            bool on = cov[y][x] > 0;
-            lit += on;
-            EXPECT_EQ(mono16.at(x, y), on ? 65535 : 1000);
-            EXPECT_EQ(mono12.at(x, y), on ? 4095 : 1000);
-            EXPECT_EQ(rgb16.at(x, y, 1), on ? 65535 : 1000);
-        }
-    EXPECT_GT(lit, 5);
-    EXPECT_TRUE(mono16.guardsIntact());
-    EXPECT_TRUE(rgb16.guardsIntact());
-}
-
-TEST_F(MEMSurfaceTest, BottomUpImagesGetUprightText) {
-    QTD::RgbColor white(255, 255, 255, 0, 256);
-    Canvas down(MONO8, 8, 1, 50, 30, 0), up(MONO8, 8, 1, 50, 30, 0);
-    up.record.orientation = 1;
-    draw(down, "Fg", 4, 3, &white);
-    draw(up, "Fg", 4, 3, &white);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 50; ++x)
-            ASSERT_EQ(up.at(x, 29 - y), down.at(x, y)) << x << "," << y;
 }
 
 TEST_F(MEMSurfaceTest, GlyphsAreClippedAtEveryEdge) {
@@ -275,64 +208,6 @@ TEST_F(MEMSurfaceTest, GlyphsAreClippedAtEveryEdge) {
         for (int i = 13; i < 16; ++i)
             EXPECT_EQ(padded.buffer[GUARD + y * padded.stride + i], GUARD_BYTE);
     EXPECT_TRUE(padded.guardsIntact());
-}
-
-TEST_F(MEMSurfaceTest, TabsLineFeedsAndControlBytes) {
-    QTD::RgbColor white(255, 255, 255, 0, 256);
-    int step = text().fonts.getPropsValueAs<int>("default", "height", "0") * QTD::SurfaceText::tab;
-    ASSERT_GT(step, 0);
-    // "I" behind the tab starts at the first stop, since "i" is narrower than a stop.
-    Canvas tabbed(MONO8, 8, 1, 200, 30, 0), plain(MONO8, 8, 1, 200, 30, 0);
-    draw(tabbed, "i\tI", 3, 0, &white);
-    draw(plain, "I", 3 + step, 0, &white);
-    Canvas onlyI(MONO8, 8, 1, 200, 30, 0);
-    draw(onlyI, "i", 3, 0, &white);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 200; ++x)
-            ASSERT_EQ(tabbed.at(x, y), std::max(plain.at(x, y), onlyI.at(x, y)));
-
-    // Two line feeds in a row give two lines, one line height apart.
-    int lineStep = text().fonts.getPropsValueAs<int>("default", "height", "0");
-    Canvas lines(MONO8, 8, 1, 60, 80, 0), second(MONO8, 8, 1, 60, 80, 0);
-    draw(lines, "A\n\nB", 0, 0, &white);
-    draw(second, "B", 0, lineStep, &white);
-    Canvas first(MONO8, 8, 1, 60, 80, 0);
-    draw(first, "A", 0, 0, &white);
-    for (int y = 0; y < 80; ++y)
-        for (int x = 0; x < 60; ++x)
-            ASSERT_EQ(lines.at(x, y), std::max(first.at(x, y), second.at(x, y)));
-
-    // Bytes below 32 are blanks.
-    Canvas control(MONO8, 8, 1, 60, 30, 0), spaced(MONO8, 8, 1, 60, 30, 0);
-    draw(control,
-         "\x01\x1f"
-         "A",
-         0, 0, &white);
-    draw(spaced, "  A", 0, 0, &white);
-    EXPECT_EQ(control.pixels(), spaced.pixels());
-    Canvas high(MONO8, 8, 1, 60, 30, 0);
-    draw(high, "\x7f\x80\xe9\xff", 0, 0, &white);
-    EXPECT_TRUE(high.guardsIntact());
-}
-
-TEST_F(MEMSurfaceTest, FontChoice) {
-    QTD::RgbColor white(255, 255, 255, 0, 256);
-    Canvas unknown(MONO8, 8, 1, 60, 30, 9), empty(MONO8, 8, 1, 60, 30, 9),
-        bold(MONO8, 8, 1, 60, 30, 9);
-    draw(unknown, "Ab", 0, 0, &white, "no such font");
-    EXPECT_EQ(unknown.pixels(), std::vector<uint8_t>(60 * 30, 9));
-    // An empty name takes the lowest name of the table: "bold".
-    draw(empty, "Ab", 0, 0, &white, "");
-    draw(bold, "Ab", 0, 0, &white, "bold");
-    EXPECT_EQ(empty.pixels(), bold.pixels());
-    EXPECT_NE(bold.pixels(), unknown.pixels());
-    // A null colour is the text object's own, black.
-    Canvas nullColour(MONO8, 8, 1, 60, 30, 9);
-    draw(nullColour, "Ab", 0, 0, nullptr);
-    int black = 0;
-    for (uint8_t v : nullColour.pixels())
-        black += v == 0;
-    EXPECT_GT(black, 5);
 }
 
 TEST_F(MEMSurfaceTest, BadInputDrawsNothing) {
@@ -383,12 +258,6 @@ TEST_F(MEMSurfaceTest, BadInputDrawsNothing) {
     surface.end();
     EXPECT_EQ(canvas.pixels(), untouched);
     EXPECT_TRUE(canvas.guardsIntact());
-    // A surface without init is not valid.
-    MEMSurface bare;
-    EXPECT_FALSE(bare.isValid());
-    EXPECT_FALSE(bare.begin(&bag));
-    bare.text("Ab", 0, 0, "default", &white);
-    EXPECT_EQ(bare.shut(), 1);
 }
 
 } // namespace
