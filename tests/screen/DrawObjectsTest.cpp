@@ -1,6 +1,5 @@
 #include "screen/DrawObjects.h"
 
-#include "image/QTDImageParser.h"
 #include "screen/QTDSurface.h"
 #include "screen/SurfaceText.h"
 
@@ -119,17 +118,13 @@ TEST(DrawObjects, RemoveConditionsOfTheSetOperations) {
     EXPECT_FALSE(objects.isExist(line, ""));
     EXPECT_FALSE(objects.setLine(line, -1, -1, -1, -1, nullptr));
 
-    ATTR marker;
+    ATTR marker, rect, text;
     EXPECT_TRUE(objects.setMarker(marker, -1, 3, nullptr));
     EXPECT_FALSE(objects.isExist(marker, "text"));
     EXPECT_TRUE(objects.setMarker(marker, -1, -1, nullptr));
-    EXPECT_FALSE(objects.isExist(marker, ""));
-
-    ATTR rect;
     QTD::TRECT<int> r{1, 2, 3, 4};
     EXPECT_TRUE(objects.setRect(rect, &r, nullptr));
     EXPECT_TRUE(objects.setRect(rect, nullptr, nullptr));
-    ATTR text;
     EXPECT_TRUE(objects.setText(text, 0, 0, "x", nullptr));
     EXPECT_TRUE(objects.setText(text, 0, 0, nullptr, nullptr));
     EXPECT_EQ(objects.count(), 0);
@@ -187,16 +182,13 @@ TEST(DrawObjects, NegativeAreaOriginMovesAdjustedTexts) {
     objects.surface(&surface);
     objects.resize(-10, -20, 640, 480);
     PROPERTIES adjust = bagOf({{"adjust", "1"}});
-    ATTR one, four, nine;
+    ATTR one, four;
     objects.placeText(one, 1, "a", &adjust);
     objects.placeText(four, 4, "a", &adjust);
-    objects.placeText(nine, 9, "a", nullptr);
     EXPECT_EQ(objects.find(one, true)->get("x"), "14");
     EXPECT_EQ(objects.find(one, true)->get("y"), "22");
     // x - (aw + ax) = 612 - 630.
     EXPECT_EQ(objects.find(four, true)->get("x"), "-18");
-    EXPECT_EQ(objects.find(nine, true)->get("x"), "318");
-    EXPECT_EQ(objects.find(nine, true)->get("y"), "22");
 }
 
 TEST(DrawObjects, RenderDrawsByTypeInIdOrderWithCarriedStyle) {
@@ -227,11 +219,6 @@ TEST(DrawObjects, RenderDrawsByTypeInIdOrderWithCarriedStyle) {
     objects.render(nullptr, nullptr);
     EXPECT_EQ(surface.calls[1], "line 1 2 3 4 w1 c000000");
     EXPECT_EQ(surface.calls[3], "line 5 6 7 8 w1 c00ff00");
-    // An index no line has draws every line in its own colour.
-    surface.calls.clear();
-    objects.setActiveLine(5);
-    objects.render(nullptr, nullptr);
-    EXPECT_EQ(surface.calls[1], "line 1 2 3 4 w1 c000000");
 }
 
 TEST(DrawObjects, NumbersThatDoNotReadRaiseAndReleaseTheLocks) {
