@@ -175,22 +175,6 @@ TEST(DrawObjects, PlacementRoundsSizesAndFollowsTheTable) {
         EXPECT_EQ(place(r.rule, r.adjust, r.image), std::make_pair(r.x, r.y)) << r.rule << r.adjust;
 }
 
-TEST(DrawObjects, NegativeAreaOriginMovesAdjustedTexts) {
-    RecordingSurface surface;
-    surface.area = {0, 0, 640, 480};
-    DrawObjects objects;
-    objects.surface(&surface);
-    objects.resize(-10, -20, 640, 480);
-    PROPERTIES adjust = bagOf({{"adjust", "1"}});
-    ATTR one, four;
-    objects.placeText(one, 1, "a", &adjust);
-    objects.placeText(four, 4, "a", &adjust);
-    EXPECT_EQ(objects.find(one, true)->get("x"), "14");
-    EXPECT_EQ(objects.find(one, true)->get("y"), "22");
-    // x - (aw + ax) = 612 - 630.
-    EXPECT_EQ(objects.find(four, true)->get("x"), "-18");
-}
-
 TEST(DrawObjects, RenderDrawsByTypeInIdOrderWithCarriedStyle) {
     RecordingSurface surface;
     DrawObjects objects;
