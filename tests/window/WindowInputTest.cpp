@@ -1,8 +1,13 @@
+// The render window and viewer without a display: mouse, keyboard and navigator input, the
+// mouse notifications, the input chain, commands, log lines, scroll units, the display stages,
+// and overlays kept in their own coordinates.
+
 #include "WindowTestImages.h"
 
+#include "chain/QTDProcessor.h"
 #include "core/Messenger.h"
 #include "screen/QTDScreen.h"
-#include "window/QTDWindow.h"
+#include "window/QTDRender.h"
 #include "window/QTDZoom.h"
 
 #include <brx/BrxDisplayCommand.h>
@@ -10,18 +15,25 @@
 #include <QCoreApplication>
 #include <QCursor>
 #include <QFocusEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QScrollBar>
 #include <QThread>
 #include <QWheelEvent>
 #include <QWidget>
 #include <QtTest/QTest>
 
 #include <gtest/gtest.h>
+#include <log4cpp/Category.hh>
+#include <log4cpp/OstreamAppender.hh>
+#include <log4cpp/PatternLayout.hh>
+#include <log4cpp/Priority.hh>
 
 #include <map>
 #include <mutex>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -29,7 +41,52 @@ using namespace WindowTest;
 
 namespace {
 
+void pump() {
+    for (int i = 0; i < 3; ++i)
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+}
+
+// Catches what the library logs at debug level while it lives.
+class LogCapture {
+public:
+    LogCapture() : category(log4cpp::Category::getInstance("BrxDisplayQt")) {
+        saved = category.getPriority();
+        auto* appender = new log4cpp::OstreamAppender("window-test", &text);
+        auto* layout = new log4cpp::PatternLayout();
+        layout->setConversionPattern("%m%n");
+        appender->setLayout(layout);
+        category.addAppender(appender);
+        category.setPriority(log4cpp::Priority::DEBUG);
+    }
+    ~LogCapture() {
+        category.removeAppender(category.getAppender("window-test"));
+        category.setPriority(saved);
+    }
+    std::string lines() const { return text.str(); }
+
+private:
+    log4cpp::Category& category;
+    log4cpp::Priority::Value saved;
+    std::ostringstream text;
+};
+
+QTD::PROPERTIES bagOf(std::initializer_list<std::pair<char const*, char const*>> rows) {
+    QTD::PROPERTIES bag;
+    for (auto& row : rows)
+        bag.set(row.first, row.second, true);
+    return bag;
+}
+
 using Map = std::map<std::string, std::string>;
+
+// "a=1 b=2" as a map.
+Map mapOf(std::string const& text) {
+    Map map;
+    std::istringstream words(text);
+    for (std::string word; words >> word;)
+        map[word.substr(0, word.find('='))] = word.substr(word.find('=') + 1);
+    return map;
+}
 
 // Keeps the mouse notifications it gets and answers the left button as told.
 class Receiver : public BrxDisplayCommand {
@@ -82,6 +139,13 @@ protected:
     }
 
     QTDScreen& screen() { return *window.screen; }
+    std::string value(QTD::ATTR const& id, char const* key) {
+        QTD::PROPERTIES* object = window.drawObjects.find(id, true);
+        return object ? object->get(key) : "<none>";
+    }
+    std::string rectOf(QTD::ATTR const& id) {
+        return value(id, "x") + "," + value(id, "y") + " " + value(id, "w") + "x" + value(id, "h");
+    }
     void listen() {
         messenger.addCommandProcessor(&receiver);
         window.messenger(&messenger);
@@ -155,12 +219,8 @@ TEST_F(InputWindow, RightDragPastFourPixelsZoomsToTheBandAndAShorterOneIsAClick)
     move(180, 160);
     EXPECT_EQ(window.cursor().shape(), Qt::CrossCursor);
     move(180, 160);
-    // The overlay trails the band by one step, in window pixels, under the navigator's id.
-    QTD::PROPERTIES* shown = window.drawObjects.find(window.zoomView->overlayID, true);
-    ASSERT_NE(shown, nullptr);
-    EXPECT_EQ(shown->text(false), "objectID=" + window.zoomView->overlayID +
-                                      " update=1 line.clr=32768 x.cs=100 y.cs=100 w.cs=80 "
-                                      "h.cs=60 cs=win type=rect x=100 y=100 w=80 h=60");
+    // The overlay trails the band by one step.
+    ASSERT_NE(window.drawObjects.find(window.zoomView->overlayID, true), nullptr);
     release(Qt::RightButton, 180, 160);
     EXPECT_EQ(window.drawObjects.find(window.zoomView->overlayID, true), nullptr);
     EXPECT_EQ(window.cursor().shape(), Qt::ArrowCursor);
@@ -185,14 +245,9 @@ TEST_F(InputWindow, RightDragPastFourPixelsZoomsToTheBandAndAShorterOneIsAClick)
     release(Qt::RightButton, 52, 61);
     QTD::TPAIR<int> g{52, 61};
     window.window2global(g);
-    EXPECT_EQ(receiver.nth(0), (Map{{"code", "mouse.down"},
-                                    {"left", "0"},
-                                    {"win.x", "52"},
-                                    {"win.y", "61"},
-                                    {"gbl.x", std::to_string(g.x)},
-                                    {"gbl.y", std::to_string(g.y)},
-                                    {"img.x", "172"},
-                                    {"img.y", "151"}}));
+    EXPECT_EQ(receiver.nth(0),
+              mapOf("code=mouse.down left=0 win.x=52 win.y=61 gbl.x=" + std::to_string(g.x) +
+                    " gbl.y=" + std::to_string(g.y) + " img.x=172 img.y=151"));
 }
 
 TEST_F(InputWindow, TheLeftButtonWaitsForTheReceiverWhoseYesTakesTheClick) {
@@ -200,12 +255,8 @@ TEST_F(InputWindow, TheLeftButtonWaitsForTheReceiverWhoseYesTakesTheClick) {
     receiver.leftAnswer = 1;
     press(Qt::LeftButton, 10, 20);
     ASSERT_EQ(receiver.count(), 1u) << "delivered before the press returned";
-    EXPECT_EQ(receiver.nth(0), (Map{{"code", "mouse.down"},
-                                    {"left", "1"},
-                                    {"win.x", "10"},
-                                    {"win.y", "20"},
-                                    {"img.x", "130.000000"},
-                                    {"img.y", "110.000000"}}));
+    EXPECT_EQ(receiver.nth(0),
+              mapOf("code=mouse.down left=1 win.x=10 win.y=20 img.x=130.000000 img.y=110.000000"));
     EXPECT_EQ(screen().fit(), QTDScreen::FitActual) << "no pan began";
     move(100, 100);
     EXPECT_DOUBLE_EQ(screen().originX, -120);
@@ -217,13 +268,10 @@ TEST_F(InputWindow, TheLeftButtonWaitsForTheReceiverWhoseYesTakesTheClick) {
     press(Qt::LeftButton, 30, 40);
     EXPECT_EQ(window.inputMode, 1) << "bit 2 off: nothing waits";
     mouse(QEvent::MouseMove, Qt::NoButton, -7, 8);
-    EXPECT_EQ(receiver.nth(2), (Map{{"code", "mouse.move"},
-                                    {"win.x", "-7"},
-                                    {"win.y", "8"},
-                                    {"img.x", "113.000000"},
-                                    {"img.y", "98.000000"}}));
+    EXPECT_EQ(receiver.nth(2),
+              mapOf("code=mouse.move win.x=-7 win.y=8 img.x=113.000000 img.y=98.000000"));
     window.mouseFree();
-    EXPECT_EQ(receiver.nth(3), (Map{{"code", "mouse.free"}, {"win.x", "30"}, {"win.y", "40"}}));
+    EXPECT_EQ(receiver.nth(3), mapOf("code=mouse.free win.x=30 win.y=40"));
 
     // Outside the image a button's image position is "-".
     window.notificationFlags = 4;
@@ -231,8 +279,7 @@ TEST_F(InputWindow, TheLeftButtonWaitsForTheReceiverWhoseYesTakesTheClick) {
     ImagePtr small = makeCard(100, 50);
     window.setImage(small.get(), false);
     press(Qt::LeftButton, 10, 10);
-    EXPECT_EQ(receiver.nth(4)["img.x"], "-");
-    EXPECT_EQ(receiver.nth(4)["img.y"], "-");
+    EXPECT_EQ(receiver.nth(4)["img.x"] + receiver.nth(4)["img.y"], "--");
     // Frames still queued must not find the image gone.
     window.setImage(nullptr, false);
 }
@@ -362,3 +409,181 @@ TEST(QTDWindowInput, NothingBreaksBeforeInitAfterShutOrWithoutSize) {
 }
 
 } // namespace
+
+TEST(QTDWindow, AFrameLogsItsWayFromImageToScreen) {
+    QTDWindow window(nullptr, false);
+    ASSERT_TRUE(window.init());
+    window.QWindow::resize(160, 120);
+    window.show();
+    pump();
+    ASSERT_TRUE(window.isExposed());
+    ImagePtr card = makeCard(640, 480, 4242);
+
+    std::string text;
+    {
+        LogCapture capture;
+        window.setImage(card.get(), true);
+        pump();
+        text = capture.lines();
+    }
+    std::string const ts = " sys timestamp [0-9]+ ns, ";
+    std::regex order("QTDWindow::setImage\\(\\): id = 4242\n"
+                     "QTDWindow::update\\(\\): post UpdateRequest," +
+                     ts +
+                     "image id 4242\n"
+                     "QTDWindow::event\\(\\): UpdateRequest event," +
+                     ts +
+                     "image id 4242\n"
+                     "QTDWindow::render\\(\\): draw image," +
+                     ts +
+                     "id 4242\n"
+                     "QTDWindow::render\\(\\): image is drawn," +
+                     ts + "id 4242\n");
+    EXPECT_TRUE(std::regex_search(text, order)) << text;
+
+    QTDViewer viewer(nullptr, false);
+    {
+        LogCapture capture;
+        viewer.setImage(card.get(), false);
+        text = capture.lines();
+    }
+    EXPECT_TRUE(std::regex_search(
+        text, std::regex("QTDViewer::setImage: post UpdateRequest," + ts + "image id 4242\n")))
+        << text;
+}
+
+TEST(QTDWindow, CommandsSetFlagsAndMoveBlockAndForwardTheKeyboardCommands) {
+    QTDWindow window(nullptr, false);
+    QTD::Messenger messenger;
+    window.messenger(&messenger);
+    EXPECT_EQ(window.notificationFlags, 5);
+    QTD::PROPERTIES p = bagOf({{"flags", "-1"}});
+    window.processCommand("cmd.notification.flags.set", &p);
+    EXPECT_EQ(window.notificationFlags, 5);
+    p.set("flags", "2", true);
+    EXPECT_FALSE(window.processCommand("cmd.notification.flags.set", &p));
+    EXPECT_EQ(window.notificationFlags, 2);
+    for (bool state : {true, false}) {
+        p.set("state", state ? "1" : "0", true);
+        EXPECT_FALSE(window.processCommand("cmd.display.view.moveblock", &p));
+        EXPECT_EQ(window.moveBlock, state);
+    }
+    EXPECT_FALSE(window.processCommand("VIEW.CHANGED", nullptr)) << "names compare exactly";
+
+    // Bit 0 off: the view changes silently.
+    EXPECT_TRUE(window.processCommand("view.changed", nullptr));
+    EXPECT_EQ(messenger.pending.groups.count("notification.view"), 0u);
+    p.set("flags", "1", true);
+    window.processCommand("cmd.notification.flags.set", &p);
+    EXPECT_TRUE(window.processCommand("view.changed", nullptr));
+    EXPECT_EQ(messenger.pending.groups["notification.view"].get("code"), "view.changed");
+    window.messenger(nullptr);
+}
+
+TEST(QTDWindow, WideImagesScrollInCoarserUnitsAndSameSizedImagesKeepTheScale) {
+    QTDWindow window(nullptr, false);
+    QScrollBar horz(Qt::Horizontal), vert(Qt::Vertical);
+    window.setScrollBars(&horz, &vert);
+    ASSERT_TRUE(window.init());
+    window.resize(1000, 100);
+    ImagePtr wide(QTDImageHelpers::imageCreateFormat(nullptr, 40000, 100, RGB8));
+    window.setImage(wide.get(), false);
+    QTDScreen& screen = *window.screen;
+    EXPECT_EQ(horz.maximum(), 32000);
+    EXPECT_EQ(horz.pageStep(), 821);
+    EXPECT_TRUE(vert.isHidden());
+    // Dragging to the end reaches the image's far edge, to within one unit.
+    window.setScroll(32000, -1);
+    EXPECT_NEAR(screen.originX + screen.scaledWidth, 1000.0, 1.22);
+
+    screen.fit(QTDScreen::FitNone, true);
+    screen.scale(0.5, true);
+    ImagePtr second(QTDImageHelpers::imageCreateFormat(nullptr, 40000, 100, RGB8));
+    window.setImage(second.get(), false);
+    EXPECT_DOUBLE_EQ(screen.scaleValue, 0.5);
+}
+
+TEST(QTDViewer, InitAppendsTheDisplayStagesOrSaysWhyNot) {
+    QWidget host;
+    QTDViewer viewer(&host, false);
+    ImagePtr card = makeCard();
+    QTDProcessor chain(nullptr, false);
+    ASSERT_EQ(chain.Init(card.get(), nullptr), 0u);
+    int before = chain.Size();
+    ImagePtr empty(QTDImageHelpers::imageCreateFormat(nullptr, 0, 0, RGB8));
+    EXPECT_EQ(viewer.init(card.get(), nullptr), 7);
+    EXPECT_EQ(viewer.init(nullptr, &chain), 7);
+    EXPECT_EQ(viewer.init(empty.get(), &chain), 7);
+    EXPECT_EQ(chain.Size(), before) << "bad arguments leave the stages alone";
+
+    ASSERT_EQ(viewer.init(card.get(), &chain), 0);
+    ASSERT_EQ(chain.Size(), before + 2);
+    EXPECT_EQ(chain.GetProcessor(before), chain.GetProcessor("image.display"));
+    ASSERT_NE(chain.GetProcessor("image.coloration"), nullptr);
+    EXPECT_FALSE(chain.GetProcessor("image.coloration")->IsEnabled()) << "waits for its command";
+
+    // A pass through the whole chain ends in an RGB8 image that the window can draw.
+    ASSERT_EQ(chain.ProcessImage(card.get(), nullptr, nullptr), 0u);
+    BrxImage* shown = chain.Output();
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->pixelType, RGB8);
+    uint8_t* p = static_cast<uint8_t*>(shown->imageData) + 400 * shown->stride + 500 * 3;
+    EXPECT_EQ(QColor(p[0], p[1], p[2]), cardColor(500, 400));
+}
+
+TEST_F(InputWindow, WindowCoordinatesStayAndAdjustClipsOnlyUntilTheNextViewChange) {
+    QTD::PROPERTIES win;
+    QTD::ATTR fixed = window.setOverlayRect(5, 6, 7, 8, win);
+    // The image's right edge lies at 520 in the window.
+    QTD::PROPERTIES props = bagOf({{"cs", "img"}, {"adjust", "1"}});
+    QTD::ATTR id = window.setOverlayRect(600, 100, 100, 50, props);
+    EXPECT_EQ(rectOf(id), "480,10 40x50");
+    window.processCommand("view.changed", nullptr);
+    EXPECT_EQ(rectOf(id), "480,10 100x50");
+    EXPECT_EQ(rectOf(fixed), "5,6 7x8");
+}
+
+TEST_F(InputWindow, ProfileLinesCountFromBothEndsAndFollowTheView) {
+    QTD::PROPERTIES win;
+    QTD::ATTR a = window.setOverlayProfileLine(1, 2, 3, 4, win);
+    QTD::ATTR rect = window.setOverlayRect(0, 0, 5, 5, win);
+    QTD::ATTR b = window.setOverlayProfileLine(5, 6, 7, 8, win);
+    window.activeLine(0);
+    EXPECT_EQ(window.drawObjects.activeLineIndex(), 0);
+    // Deletion counts from the last line, the active line from the first.
+    window.deleteLine(0);
+    EXPECT_TRUE(window.drawObjects.isExist(a, "line"));
+    EXPECT_FALSE(window.drawObjects.isExist(b, ""));
+
+    QTD::PROPERTIES img = bagOf({{"cs", "img"}});
+    QTD::ATTR c = window.setOverlayProfileLine(160, 160, 320, 240, img);
+    window.screen->scale(0.5, true);
+    EXPECT_EQ(value(c, "x0") + "," + value(c, "y0") + "-" + value(c, "x1") + "," + value(c, "y1"),
+              "-120,-10-200,150");
+    window.clearLines();
+    EXPECT_EQ(window.drawObjects.count(), 1);
+    EXPECT_TRUE(window.drawObjects.isExist(rect, "rect"));
+}
+
+TEST(WindowOverlayBare, NothingBreaksWithoutScreenAndBadValuesRaiseToTheRefresh) {
+    QTDWindow window(nullptr, false);
+    QTD::PROPERTIES img = bagOf({{"cs", "img"}, {"update", "1"}});
+    QTD::ATTR id = window.setOverlayRect(1, 2, 3, 4, img);
+    EXPECT_EQ(window.drawObjects.find(id, true)->get("x"), "1") << "kept as given";
+    window.setOverlayProfileLine(1, 2, 3, 4, img);
+    window.setOverlayText(const_cast<char*>("t"), 1, -1, img);
+    window.deleteLine(7);
+    window.activeLine(-3);
+    window.render();
+
+    ASSERT_TRUE(window.init());
+    window.resize(100, 100);
+    QTD::ATTR before = window.drawObjects.find(id, true)->get("x");
+    QTD::PROPERTIES bad = bagOf({{"x.cs", "far"}});
+    window.drawObjects.update(id, bad);
+    EXPECT_THROW(window.processCommand("view.changed", nullptr), std::invalid_argument);
+    EXPECT_EQ(window.drawObjects.find(id, true)->get("x"), before);
+    window.shut();
+    // After shut a placed text measures nothing, rather than a freed surface.
+    window.setOverlayText(const_cast<char*>("t"), 2, -1, img);
+}
