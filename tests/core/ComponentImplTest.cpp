@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <stdexcept>
 
 using QTD::ATTR;
@@ -46,40 +47,25 @@ TEST(ComponentImpl, TypedWritesStoreTextForms) {
     EXPECT_EQ(c.SetParamString("s", text), 0u);
     EXPECT_EQ(c.SetParamString("n", nullptr), 0u);
     EXPECT_EQ(c.properties.text(false), "f=1.500000 b=1 i=-3000000000 s=hello n=");
-    EXPECT_EQ(c.GetParamCount(), 5u);
 
     long i = 0;
-    EXPECT_EQ(c.GetParamInt("f", &i), 0u);
-    EXPECT_EQ(i, 1);
-    bool b = false;
-    EXPECT_EQ(c.GetParamBool("b", &b), 0u);
-    EXPECT_TRUE(b);
-    double d = 0;
-    EXPECT_EQ(c.GetParamFloat("f", &d), 0u);
-    EXPECT_DOUBLE_EQ(d, 1.5);
     EXPECT_EQ(c.GetParamInt("i", &i), 0u);
     EXPECT_EQ(i, -3000000000L);
     // An empty value reads as zero.
-    d = 9;
+    double d = 9;
     EXPECT_EQ(c.GetParamFloat("n", &d), 0u);
     EXPECT_DOUBLE_EQ(d, 0.0);
 }
 
-TEST(ComponentImpl, NullOrEmptyNamesStoreNothing) {
+TEST(ComponentImpl, NamesAndOutputsAnswerWithTheirCodes) {
     ComponentImpl c;
     EXPECT_EQ(c.SetParamInt(nullptr, 1), 0u);
     EXPECT_EQ(c.SetParamInt("", 1), 0u);
     EXPECT_EQ(c.GetParamCount(), 0u);
-    long v = 0;
-    EXPECT_EQ(c.GetParamInt(nullptr, &v), 0x80FF0005u);
-    EXPECT_EQ(c.GetParamInt("", &v), 0x80FF0005u);
-}
-
-TEST(ComponentImpl, ReadFailures) {
-    ComponentImpl c;
     c.SetParamInt("x", 1);
     long v = 0;
-    EXPECT_EQ(c.GetParamInt("y", &v), 0x80FF0005u);
+    for (char const* name : {static_cast<char const*>(nullptr), "", "y"})
+        EXPECT_EQ(c.GetParamInt(name, &v), 0x80FF0005u);
     EXPECT_EQ(c.GetParamInt("x", nullptr), 0x80FF0007u);
     EXPECT_EQ(c.GetParamBool("x", nullptr), 0x80FF0007u);
     EXPECT_EQ(c.GetParamFloat("x", nullptr), 0x80FF0007u);
@@ -93,54 +79,36 @@ TEST(ComponentImpl, ReadFailures) {
     EXPECT_THROW(c.GetParamFloat("w", &d), std::invalid_argument);
 }
 
-TEST(ComponentImpl, GetParamStringBufferRules) {
+TEST(ComponentImpl, NameAndStringBufferRules) {
     ComponentImpl c;
-    char value[] = "abcd";
-    c.SetParamString("s", value);
-
-    char buffer[8] = "zzzzzzz";
-    unsigned int size = 4;
-    EXPECT_EQ(c.GetParamString("s", buffer, &size), 0x80FF0006u);
-    EXPECT_EQ(size, 4u);
-    size = 5;
-    std::memset(buffer, 'z', sizeof(buffer));
-    EXPECT_EQ(c.GetParamString("s", buffer, &size), 0u);
-    EXPECT_STREQ(buffer, "abcd");
-    EXPECT_EQ(buffer[5], 'z');
-    size = 8;
-    EXPECT_EQ(c.GetParamAsString("s", buffer, &size, "ignored"), 0u);
-    EXPECT_EQ(buffer[7], '\0');
-
-    size = 0;
-    EXPECT_EQ(c.GetParamString("s", buffer, &size), 0x80FF0007u);
-    EXPECT_EQ(c.GetParamString("s", buffer, nullptr), 0x80FF0007u);
-    size = 8;
-    EXPECT_EQ(c.GetParamString("s", nullptr, &size), 0x80FF0007u);
-    // The name is looked up first.
-    EXPECT_EQ(c.GetParamString("missing", nullptr, nullptr), 0x80FF0005u);
-}
-
-TEST(ComponentImpl, GetParamNameRules) {
-    ComponentImpl c;
-    char buffer[16];
+    char buffer[8];
     unsigned int size = sizeof(buffer);
     EXPECT_EQ(c.GetParamName(0, buffer, &size), 0x80FF0005u);
-    c.SetParamInt("a", 1);
-    c.SetParamInt("bb", 1);
-    c.SetParamInt("c", 1);
-    c.SetParamInt("dddd", 1);
-    EXPECT_EQ(c.GetParamName(3, nullptr, nullptr), 0u);
-    EXPECT_EQ(c.GetParamName(4, nullptr, nullptr), 0x80FF0005u);
-    EXPECT_EQ(c.GetParamName(0xFFFFFFFFu, nullptr, nullptr), 0x80FF0005u);
-    EXPECT_EQ(c.GetParamName(3, buffer, nullptr), 0x80FF0007u);
-    size = 4;
-    EXPECT_EQ(c.GetParamName(3, buffer, &size), 0x80FF0006u);
-    size = 5;
-    EXPECT_EQ(c.GetParamName(3, buffer, &size), 0u);
-    EXPECT_STREQ(buffer, "dddd");
-    size = sizeof(buffer);
-    EXPECT_EQ(c.GetParamName(1, buffer, &size), 0u);
-    EXPECT_STREQ(buffer, "bb");
+    char value[] = "abcd";
+    c.SetParamString("a", nullptr);
+    c.SetParamString("abcd", value);
+    // Both answer "abcd": the name of row 1 and the value of "abcd".
+    std::function<unsigned int(char*, unsigned int*)> const readers[] = {
+        [&](char* b, unsigned int* n) { return c.GetParamName(1, b, n); },
+        [&](char* b, unsigned int* n) { return c.GetParamString("abcd", b, n); }};
+    for (auto const& read : readers) {
+        std::memset(buffer, 'z', sizeof(buffer));
+        size = 4;
+        EXPECT_EQ(read(buffer, &size), 0x80FF0006u);
+        EXPECT_EQ(size, 4u);
+        size = 5;
+        EXPECT_EQ(read(buffer, &size), 0u);
+        EXPECT_STREQ(buffer, "abcd");
+        EXPECT_EQ(buffer[5], 'z');
+        EXPECT_EQ(read(buffer, nullptr), 0x80FF0007u);
+    }
+    EXPECT_EQ(c.GetParamName(2, nullptr, nullptr), 0x80FF0005u);
+    size = 0;
+    EXPECT_EQ(c.GetParamString("abcd", buffer, &size), 0x80FF0007u);
+    size = 8;
+    EXPECT_EQ(c.GetParamString("abcd", nullptr, &size), 0x80FF0007u);
+    // The name is looked up first.
+    EXPECT_EQ(c.GetParamString("missing", nullptr, nullptr), 0x80FF0005u);
 }
 
 TEST(ComponentImpl, SetParamAsStringBypassesProcessorAndRefusesEmpty) {
@@ -152,11 +120,9 @@ TEST(ComponentImpl, SetParamAsStringBypassesProcessorAndRefusesEmpty) {
     char empty[] = "";
     EXPECT_EQ(c.SetParamAsString("k", value), 0u);
     EXPECT_EQ(veto.calls, 0);
-    EXPECT_EQ(c.properties.get("k"), "v");
     EXPECT_EQ(c.SetParamAsString("k", empty), 0x80FF0007u);
     EXPECT_EQ(c.SetParamAsString("k", nullptr), 0x80FF0007u);
     EXPECT_EQ(c.SetParamAsString("", value), 0x80FF0007u);
-    EXPECT_EQ(c.SetParamAsString(nullptr, value), 0x80FF0007u);
     EXPECT_EQ(c.properties.get("k"), "v");
     c.SetProcessors(nullptr, nullptr);
 }
@@ -175,21 +141,10 @@ TEST(ComponentImpl, ProcessorVetoReturnsBareOneAndLeavesBagAlone) {
     EXPECT_EQ(veto.message["value"], "9");
     EXPECT_EQ(ATTR(veto.message["props"]).as<void*>(), &c.properties);
 
-    EXPECT_EQ(c.SetParamFloat("y", 0.5), 1u);
-    EXPECT_EQ(veto.message["value"], "0.500000");
-    EXPECT_FALSE(c.properties.find("y"));
-
     // A watching processor answers 0: the bag is used.
     veto.result = 0;
     EXPECT_EQ(c.SetParamBool("x", false), 0u);
-    EXPECT_EQ(veto.message["value"], "0");
     EXPECT_EQ(c.properties.get("x"), "0");
-
-    // Reads do not go to the set processor.
-    long v = 0;
-    int before = veto.calls;
-    EXPECT_EQ(c.GetParamInt("x", &v), 0u);
-    EXPECT_EQ(veto.calls, before);
     c.SetProcessors(nullptr, nullptr);
 }
 
@@ -198,23 +153,15 @@ TEST(ComponentImpl, GetProcessorSeesOutputPointerAndCanAnswer) {
     c.SetParamInt("x", 5);
     RecordingProcessor reader;
     c.SetProcessors(nullptr, &reader);
-
     long v = 0;
     EXPECT_EQ(c.GetParamInt("x", &v), 0u);
     EXPECT_EQ(v, 5);
     EXPECT_EQ(reader.command, "cmd.parameter.get");
     EXPECT_EQ(ATTR(reader.message["value"]).as<void*>(), &v);
-    EXPECT_EQ(ATTR(reader.message["props"]).as<void*>(), &c.properties);
-
-    char buffer[16] = "present";
-    unsigned int size = sizeof(buffer);
-    EXPECT_EQ(c.GetParamString("x", buffer, &size), 0u);
-    EXPECT_EQ(reader.message["value"], "present");
-    EXPECT_STREQ(buffer, "5");
 
     // An unterminated buffer is offered no further than its size.
     char raw[4] = {'a', 'b', 'c', 'd'};
-    size = 3;
+    unsigned int size = 3;
     c.GetParamString("missing", raw, &size);
     EXPECT_EQ(reader.message["value"], "abc");
 
@@ -228,15 +175,6 @@ TEST(ComponentImpl, GetProcessorSeesOutputPointerAndCanAnswer) {
 
 namespace {
 
-// A processor that fills the bag for the read that follows, through "props".
-struct FillingProcessor : BrxDisplayCommand {
-    int RunCommandParams(char const*, std::map<std::string, std::string>* params) override {
-        auto* bag = static_cast<QTD::PROPERTIES*>(ATTR((*params)["props"]).as<void*>());
-        bag->set((*params)["name"], "123", true);
-        return 0;
-    }
-};
-
 // A derived component that overrides GetParamString: GetParamAsString must follow it.
 struct Derived : ComponentImpl {
     unsigned int GetParamString(char const*, char* value, unsigned int* size) override {
@@ -246,16 +184,6 @@ struct Derived : ComponentImpl {
 };
 
 } // namespace
-
-TEST(ComponentImpl, ProcessorMayFillTheBagForTheRead) {
-    ComponentImpl c;
-    FillingProcessor filler;
-    c.SetProcessors(nullptr, &filler);
-    long v = 0;
-    EXPECT_EQ(c.GetParamInt("computed", &v), 0u);
-    EXPECT_EQ(v, 123);
-    c.SetProcessors(nullptr, nullptr);
-}
 
 TEST(ComponentImpl, GetParamAsStringDispatchesThroughTheVirtualSlot) {
     Derived d;

@@ -25,9 +25,8 @@ std::string executableDirectory() {
 }
 
 std::string readFile(std::string const& path) {
-    std::ifstream in(path);
     std::stringstream text;
-    text << in.rdbuf();
+    text << std::ifstream(path).rdbuf();
     return text.str();
 }
 
@@ -70,14 +69,12 @@ TEST(Logging, PropertyFileBesideExecutableIsUsed) {
     char info[] = "an info line";
     char notice[] = "a notice line";
     BrxLog4Cpp_Info("BrxDisplayQt", 42, info);
-    BrxLog4Cpp_Error("BrxDisplayQt", 7, info);
     BrxLog4Cpp_Notice("BrxDisplayQt", notice);
     QTD::ComponentImpl component;
     component.log.debug("from a component");
 
     std::string const text = readFile(file.log);
     EXPECT_NE(text.find("INFO BrxDisplayQt: an info line, code=42"), std::string::npos) << text;
-    EXPECT_NE(text.find("ERROR BrxDisplayQt: an info line, code=7"), std::string::npos);
     EXPECT_NE(text.find("NOTICE BrxDisplayQt: a notice line"), std::string::npos);
     EXPECT_NE(text.find("DEBUG BrxDisplayQt: from a component"), std::string::npos);
 }
@@ -105,11 +102,9 @@ TEST(Logging, WithoutFileEverythingWorks) {
     BrxLog4Cpp_configure(unique("no-such-file").c_str(), "BrxDisplayQt");
     BrxLog4Cpp_configure(nullptr, nullptr);
     char text[] = "still here";
-    BrxLog4Cpp_Debug("BrxDisplayQt", 1, text);
-    BrxLog4Cpp_Info("BrxDisplayQt", 2, text);
-    BrxLog4Cpp_Warning("BrxDisplayQt", 3, text);
-    BrxLog4Cpp_Error("BrxDisplayQt", 4, text);
-    BrxLog4Cpp_Fatal("BrxDisplayQt", 5, text);
+    for (auto log : {BrxLog4Cpp_Debug, BrxLog4Cpp_Info, BrxLog4Cpp_Warning, BrxLog4Cpp_Error,
+                     BrxLog4Cpp_Fatal})
+        log("BrxDisplayQt", 1, text);
     BrxLog4Cpp_Notice("BrxDisplayQt", text);
     BrxLog4Cpp_Info(nullptr, 6, text);
     QTD::ComponentImpl component;

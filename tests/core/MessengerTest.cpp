@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -34,10 +32,7 @@ public:
         std::lock_guard<std::mutex> hold(mutex);
         return deliveries;
     }
-    size_t size() {
-        std::lock_guard<std::mutex> hold(mutex);
-        return deliveries.size();
-    }
+    size_t size() { return taken().size(); }
 
     int const result;
     std::mutex mutex;
@@ -76,13 +71,6 @@ protected:
 
 } // namespace
 
-TEST_F(MessengerTest, SendWithoutReceiversReturnsZero) {
-    EXPECT_EQ(m.name, "QTD::Messenger");
-    Map params{{"a", "1"}};
-    EXPECT_EQ(m.sendCommandParams("cmd", &params), 0);
-    EXPECT_FALSE(m.running);
-}
-
 TEST_F(MessengerTest, SendCallsEveryReceiverWithOneMapAndOrsResults) {
     m.addCommandProcessor(&first).addCommandProcessor(&second);
     m.props()->set("shared", "common", true);
@@ -98,41 +86,14 @@ TEST_F(MessengerTest, SendCallsEveryReceiverWithOneMapAndOrsResults) {
     EXPECT_EQ(params, (Map{{"a", "1"}, {"b", "2"}}));
 }
 
-TEST_F(MessengerTest, SendWithNullParamsAndEmptyCommonDeliversEmptyMap) {
-    m.addCommandProcessor(&r1);
-    m.sendCommandParams("x", nullptr);
-    ASSERT_EQ(r1.size(), 1u);
-    EXPECT_TRUE(r1.taken()[0].params.empty());
-}
-
-TEST_F(MessengerTest, ReceiverAddedTwiceIsCalledOnce) {
-    m.addCommandProcessor(&r1).addCommandProcessor(&r1).addCommandProcessor(nullptr);
-    EXPECT_EQ(m.receivers.size(), 1u);
-    m.sendCommandParams("x", nullptr);
-    EXPECT_EQ(r1.size(), 1u);
-    Map p{{"k", "v"}};
-    m.postCommandParams("y", &p);
-    ASSERT_TRUE(eventually([&] { return r1.size() == 2; }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_EQ(r1.size(), 2u);
-}
-
-TEST_F(MessengerTest, GetCommandProcessorChoosesTheTarget) {
+TEST_F(MessengerTest, ReceiverAddedTwiceIsCalledOnceAndMayRedirect) {
     Redirect redirect(&second);
+    m.addCommandProcessor(&r1).addCommandProcessor(&r1).addCommandProcessor(nullptr);
     m.addCommandProcessor(&redirect);
+    EXPECT_EQ(m.receivers.size(), 2u);
     EXPECT_EQ(m.sendCommandParams("x", nullptr), 4);
+    EXPECT_EQ(r1.size(), 1u);
     EXPECT_EQ(second.size(), 1u);
-}
-
-TEST_F(MessengerTest, PostsWithoutReceiversStayPending) {
-    Map p{{"x", "1"}};
-    EXPECT_EQ(m.postCommandParams(nullptr, &p), 0);
-    EXPECT_EQ(m.postCommandParams("", &p), 0);
-    EXPECT_TRUE(m.pending.groups.empty());
-    EXPECT_EQ(m.postCommandParams("a", &p), 1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_FALSE(m.running);
-    EXPECT_EQ(m.pending.groups.size(), 1u);
 }
 
 TEST_F(MessengerTest, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
@@ -140,10 +101,13 @@ TEST_F(MessengerTest, PostsMergeByNameNewestWinsAndNamesGoInOrder) {
     Map b{{"k", "b"}};
     Map a1{{"x", "1"}, {"c", "mine"}};
     Map a2{{"x", "2"}, {"y", "3"}};
+    EXPECT_EQ(m.postCommandParams(nullptr, &b), 0);
+    EXPECT_EQ(m.postCommandParams("", &b), 0);
     m.postCommandParams("notification.b", &b);
     m.postCommandParams("notification.a", &a1);
-    m.postCommandParams("notification.a", &a2);
+    EXPECT_EQ(m.postCommandParams("notification.a", &a2), 1);
     EXPECT_EQ(m.pending.groups.size(), 2u);
+    EXPECT_FALSE(m.running);
 
     m.addCommandProcessor(&r1);
     ASSERT_TRUE(eventually([&] { return r1.size() == 2; }));
@@ -162,9 +126,7 @@ TEST_F(MessengerTest, RemovingTheLastReceiverStopsTheThread) {
     m.addCommandProcessor(&r1).addCommandProcessor(&r2);
     ASSERT_TRUE(eventually([&] { return m.running.load(); }));
     EXPECT_EQ(m.delCommandProcessor(&r1), 1);
-    EXPECT_EQ(m.delCommandProcessor(&r1), 1);
     EXPECT_TRUE(m.running);
-    EXPECT_EQ(m.receivers.size(), 1u);
     m.delCommandProcessor(&r2);
     ASSERT_TRUE(eventually([&] { return !m.running; }));
 
@@ -174,43 +136,4 @@ TEST_F(MessengerTest, RemovingTheLastReceiverStopsTheThread) {
     m.addCommandProcessor(&r1);
     ASSERT_TRUE(eventually([&] { return r1.size() == 1; }));
     EXPECT_EQ(r1.taken()[0].command, "later");
-}
-
-namespace {
-
-// Posts again from within a delivery, on the messenger's own thread.
-class Reposter : public BrxDisplayCommand {
-public:
-    explicit Reposter(QTD::Messenger& m) : messenger(m) {}
-    int RunCommandParams(char const* command, Map*) override {
-        if (std::string(command) == "first") {
-            Map p{{"n", "2"}};
-            messenger.postCommandParams("second", &p);
-        }
-        std::lock_guard<std::mutex> hold(mutex);
-        seen.push_back(command);
-        return 0;
-    }
-    QTD::Messenger& messenger;
-    std::mutex mutex;
-    std::vector<std::string> seen;
-};
-
-} // namespace
-
-TEST_F(MessengerTest, ReceiverMayPostFromWithinDelivery) {
-    auto reposter = std::make_unique<Reposter>(m);
-    Reposter& r = *reposter;
-    m.addCommandProcessor(&r);
-    Map p{{"n", "1"}};
-    m.postCommandParams("first", &p);
-    ASSERT_TRUE(eventually([&] {
-        std::lock_guard<std::mutex> hold(r.mutex);
-        return r.seen.size() == 2;
-    }));
-    {
-        std::lock_guard<std::mutex> hold(r.mutex);
-        EXPECT_EQ(r.seen, (std::vector<std::string>{"first", "second"}));
-    }
-    m.shut();
 }

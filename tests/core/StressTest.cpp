@@ -1,6 +1,6 @@
-// Several threads at once on the locks, the messenger, the double buffer and a component's bag,
-// for a bounded time. Meant to run clean under ThreadSanitizer as well.
-#include "core/ComponentImpl.h"
+// Several threads at once on the locks, the messenger and the double buffer, for a bounded time.
+// Meant to run clean under ThreadSanitizer as well.
+#include "core/Messenger.h"
 #include "core/QTDUtils.h"
 #include "core/QTDUtilsCounter.h"
 
@@ -18,12 +18,18 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Map = std::map<std::string, std::string>;
 
-constexpr auto RUN_TIME = std::chrono::milliseconds(250);
-
 template <typename Body> void forAWhile(Body body) {
-    auto const end = Clock::now() + RUN_TIME;
+    auto const end = Clock::now() + std::chrono::milliseconds(250);
     while (Clock::now() < end)
         body();
+}
+
+template <typename Body> void onThreads(int n, Body body) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < n; ++t)
+        threads.emplace_back([&body, t] { forAWhile([&] { body(t); }); });
+    for (auto& t : threads)
+        t.join();
 }
 
 } // namespace
@@ -34,25 +40,18 @@ TEST(Stress, LocksSerialiseUpdates) {
     long recursiveCount = 0;
     long plainCount = 0;
     std::atomic<long> done{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 3; ++t) {
-        threads.emplace_back([&] {
-            forAWhile([&] {
-                {
-                    QTD::AutoLock outer(&recursive, "outer");
-                    QTD::AutoLock inner(&recursive, "inner");
-                    ++recursiveCount;
-                }
-                {
-                    QTD::AutoLock hold(&plain);
-                    ++plainCount;
-                }
-                ++done;
-            });
-        });
-    }
-    for (auto& t : threads)
-        t.join();
+    onThreads(3, [&](int) {
+        {
+            QTD::AutoLock outer(&recursive, "outer");
+            QTD::AutoLock inner(&recursive, "inner");
+            ++recursiveCount;
+        }
+        {
+            QTD::AutoLock hold(&plain);
+            ++plainCount;
+        }
+        ++done;
+    });
     EXPECT_EQ(recursiveCount, done.load());
     EXPECT_EQ(plainCount, done.load());
 }
@@ -60,12 +59,16 @@ TEST(Stress, LocksSerialiseUpdates) {
 namespace {
 
 // Checks that merged notifications carry only posted keys and that a poster's values never go
-// backwards. Direct sends from the other thread are only answered.
+// backwards. The echoing one posts again from within each "notification.a", on the messenger's
+// thread; the other one answers direct sends with 2.
 class CheckingReceiver : public BrxDisplayCommand {
 public:
+    CheckingReceiver(QTD::Messenger& m, bool echo) : messenger(m), echo(echo) {}
     int RunCommandParams(char const* command, Map* params) override {
-        if (std::strcmp(command, "direct") == 0)
-            return 1;
+        if (std::strcmp(command, "direct") == 0) {
+            ++direct;
+            return echo ? 1 : 2;
+        }
         ++calls;
         if (!params || std::strncmp(command, "notification.", 13) != 0)
             bad = true;
@@ -78,88 +81,59 @@ public:
                 bad = true;
             last = v;
         }
-        return 1;
-    }
-    std::atomic<long> calls{0};
-    std::atomic<bool> bad{false};
-    // Touched by the messenger's thread only (posted deliveries).
-    std::map<std::string, long> lastSeen;
-};
-
-// Posts again from within each delivery of "notification.a", on the messenger's thread, while
-// other threads post.
-class EchoReceiver : public BrxDisplayCommand {
-public:
-    explicit EchoReceiver(QTD::Messenger& m) : messenger(m) {}
-    int RunCommandParams(char const* command, Map*) override {
-        if (std::strcmp(command, "notification.a") == 0) {
+        if (echo && std::strcmp(command, "notification.a") == 0) {
             Map p{{"e", std::to_string(++echoes)}};
             messenger.postCommandParams("notification.echo", &p);
         }
-        return 0;
+        return 1;
     }
     QTD::Messenger& messenger;
-    long echoes = 0;
-};
-
-class CountingReceiver : public BrxDisplayCommand {
-public:
-    int RunCommandParams(char const*, Map*) override {
-        ++calls;
-        return 2;
-    }
+    bool const echo;
     std::atomic<long> calls{0};
+    std::atomic<long> direct{0};
+    std::atomic<bool> bad{false};
+    // Touched by the messenger's thread only (posted deliveries).
+    std::map<std::string, long> lastSeen;
+    long echoes = 0;
 };
 
 } // namespace
 
 TEST(Stress, MessengerDeliversWhilePostersPost) {
-    CheckingReceiver poster;
-    CountingReceiver counter;
-    long sent = 0;
-    {
-        // On the heap, so that ThreadSanitizer sees its locks go away with it.
-        auto owner = std::make_unique<QTD::Messenger>();
-        QTD::Messenger& m = *owner;
-        m.props()->set("common", "1", true);
-        EchoReceiver echo(m);
-        m.addCommandProcessor(&poster).addCommandProcessor(&echo);
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 3; ++t) {
-            threads.emplace_back([&m, t] {
-                long i = 0;
-                forAWhile([&] {
-                    Map p{{"v" + std::to_string(t), std::to_string(++i)}};
-                    m.postCommandParams(i % 2 ? "notification.a" : "notification.b", &p);
-                });
-            });
+    // On the heap, so that ThreadSanitizer sees its locks go away with it.
+    auto owner = std::make_unique<QTD::Messenger>();
+    QTD::Messenger& m = *owner;
+    m.props()->set("common", "1", true);
+    CheckingReceiver poster(m, true);
+    CheckingReceiver comesAndGoes(m, false);
+    m.addCommandProcessor(&poster);
+    std::atomic<long> sent{0};
+    long counters[3] = {0, 0, 0};
+    onThreads(4, [&](int t) {
+        if (t < 3) {
+            Map p{{"v" + std::to_string(t), std::to_string(++counters[t])}};
+            m.postCommandParams(counters[t] % 2 ? "notification.a" : "notification.b", &p);
+            return;
         }
         // A sender and a receiver that comes and goes, at the same time.
-        std::thread sender([&] {
-            forAWhile([&] {
-                m.addCommandProcessor(&counter);
-                Map p{{"x", "1"}};
-                if (m.sendCommandParams("direct", &p) & 2)
-                    ++sent;
-                m.delCommandProcessor(&counter);
-            });
-        });
-        for (auto& t : threads)
-            t.join();
-        sender.join();
-        auto const end = Clock::now() + std::chrono::seconds(1);
-        while (Clock::now() < end) {
-            std::lock_guard<std::mutex> hold(m.pending.guard);
-            if (m.pending.groups.empty())
-                break;
-        }
-        // The receivers below go before the messenger does.
-        m.shut();
+        m.addCommandProcessor(&comesAndGoes);
+        Map p{{"x", "1"}};
+        if (m.sendCommandParams("direct", &p) & 2)
+            ++sent;
+        m.delCommandProcessor(&comesAndGoes);
+    });
+    auto const end = Clock::now() + std::chrono::seconds(1);
+    while (Clock::now() < end) {
+        std::lock_guard<std::mutex> hold(m.pending.guard);
+        if (m.pending.groups.empty())
+            break;
     }
+    // The receivers go before the messenger does.
+    m.shut();
     EXPECT_FALSE(poster.bad);
     EXPECT_GT(poster.calls, 0);
     EXPECT_GT(sent, 0);
-    EXPECT_GE(counter.calls, sent);
+    EXPECT_GE(comesAndGoes.direct, sent);
 }
 
 TEST(Stress, DoubleBufferReaderSeesWholeFrames) {
@@ -170,11 +144,10 @@ TEST(Stress, DoubleBufferReaderSeesWholeFrames) {
     std::atomic<long> framesRead{0};
     QTD::FpsCounter received;
     received.run();
-
-    std::thread writer([&] {
-        std::vector<char> frame(SIZE);
-        unsigned char value = 1;
-        forAWhile([&] {
+    std::vector<char> frame(SIZE);
+    unsigned char value = 1;
+    onThreads(3, [&](int t) {
+        if (t == 0) {
             std::memset(frame.data(), value, SIZE);
             {
                 // The frame goes in as two pieces under the swap lock, as the display does.
@@ -184,10 +157,7 @@ TEST(Stress, DoubleBufferReaderSeesWholeFrames) {
             }
             received.count(true);
             value = static_cast<unsigned char>(value == 255 ? 1 : value + 1);
-        });
-    });
-    std::thread reader([&] {
-        forAWhile([&] {
+        } else if (t == 1) {
             buffer.swap();
             QTD::AutoLock hold(&buffer.readGuard);
             int const front = buffer.active;
@@ -201,40 +171,12 @@ TEST(Stress, DoubleBufferReaderSeesWholeFrames) {
                 }
             }
             ++framesRead;
-        });
+        } else {
+            // A third thread reads the rate while the writer counts.
+            (void)received.current();
+        }
     });
-    // A third thread reads the rate while the writer counts.
-    std::thread watcher([&] { forAWhile([&] { (void)received.current(); }); });
-    writer.join();
-    reader.join();
-    watcher.join();
     EXPECT_FALSE(torn);
     EXPECT_GT(framesRead, 0);
     EXPECT_GT(received.frames, 0);
-}
-
-TEST(Stress, ComponentReadsWhileAnotherThreadAddsParameters) {
-    auto component = std::make_unique<QTD::ComponentImpl>();
-    component->SetParamInt("watched", 1);
-    std::atomic<bool> wrong{false};
-    std::thread writer([&] {
-        long i = 0;
-        forAWhile([&] {
-            // New keys make the rows grow and move.
-            component->SetParamInt(("k" + std::to_string(i % 2000)).c_str(), i);
-            component->SetParamInt("watched", ++i);
-        });
-    });
-    std::thread reader([&] {
-        long last = 0;
-        forAWhile([&] {
-            long v = 0;
-            if (component->GetParamInt("watched", &v) != 0 || v < last)
-                wrong = true;
-            last = v;
-        });
-    });
-    writer.join();
-    reader.join();
-    EXPECT_FALSE(wrong);
 }

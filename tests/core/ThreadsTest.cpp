@@ -10,7 +10,6 @@
 #include <chrono>
 #include <cstring>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -32,10 +31,7 @@ public:
     explicit CountingThread(int stopAfter = 0, bool init = true)
         : Thread("counting"), stopAfter(stopAfter), init(init) {}
     ~CountingThread() override { shut(); }
-    bool initialize() override {
-        initialized = true;
-        return init;
-    }
+    bool initialize() override { return init; }
     bool doStep() override {
         ++steps;
         return stopAfter > 0 && steps >= stopAfter;
@@ -44,7 +40,6 @@ public:
 
     int const stopAfter;
     bool const init;
-    std::atomic<bool> initialized{false};
     std::atomic<int> steps{0};
     std::atomic<int> finalized{0};
 };
@@ -54,61 +49,47 @@ public:
 TEST(Thread, StartOnRunningThreadReturnsZero) {
     CountingThread t;
     EXPECT_EQ(t.start("renamed"), 1);
-    EXPECT_EQ(t.name, "renamed");
     ASSERT_TRUE(eventually([&] { return t.running.load(); }));
     EXPECT_EQ(t.start(nullptr), 0);
     EXPECT_EQ(t.name, "renamed");
-    ASSERT_TRUE(eventually([&] { return t.steps > 2; }));
     t.shut();
     EXPECT_FALSE(t.running);
     EXPECT_EQ(t.finalized, 1);
-    EXPECT_EQ(t.thread, nullptr);
 }
 
-TEST(Thread, StepReturningTrueEndsLoopAndFinalizeRuns) {
+TEST(Thread, StepReturningTrueOrFailedInitializeEndsLoopAndFinalizeRuns) {
     CountingThread t(3);
     t.start();
     ASSERT_TRUE(eventually([&] { return t.finalized == 1; }));
     EXPECT_TRUE(t.waitForCompletion(0));
     EXPECT_EQ(t.steps, 3);
-    EXPECT_FALSE(t.stopping);
     // The loop can be started again.
     EXPECT_EQ(t.start(), 1);
     ASSERT_TRUE(eventually([&] { return t.finalized == 2; }));
-    EXPECT_TRUE(t.waitForCompletion(-1));
+
+    CountingThread failing(0, false);
+    failing.start();
+    ASSERT_TRUE(eventually([&] { return failing.finalized == 1; }));
+    EXPECT_EQ(failing.steps, 0);
 }
 
-TEST(Thread, FailedInitializeSkipsStepsButFinalizes) {
-    CountingThread t(0, false);
-    t.start();
-    ASSERT_TRUE(eventually([&] { return t.finalized == 1; }));
-    EXPECT_TRUE(t.initialized);
-    EXPECT_EQ(t.steps, 0);
-}
-
-TEST(Thread, StopAndTerminate) {
+TEST(Thread, StopTerminateAndRestart) {
     CountingThread t;
     t.start();
     ASSERT_TRUE(eventually([&] { return t.steps > 0; }));
-    // A bounded wait on a loop that goes on returns false after about the time given.
-    auto const begin = Clock::now();
     EXPECT_FALSE(t.waitForCompletion(20));
-    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(20));
     t.terminate(42, 2000);
     EXPECT_FALSE(t.running);
     EXPECT_EQ(t.exitCode, 42);
-    EXPECT_EQ(t.finalized, 1);
-}
-
-TEST(Thread, RestartRightAfterStopIsNotLost) {
-    CountingThread t;
-    t.start();
-    ASSERT_TRUE(eventually([&] { return t.running.load(); }));
-    t.stop();
-    EXPECT_EQ(t.start(), 1);
-    ASSERT_TRUE(eventually([&] { return t.finalized == 1 && t.running; }));
-    int before = t.steps;
-    EXPECT_TRUE(eventually([&] { return t.steps > before; }));
+    // A restart right after a stop is not lost.
+    CountingThread r;
+    r.start();
+    ASSERT_TRUE(eventually([&] { return r.running.load(); }));
+    r.stop();
+    EXPECT_EQ(r.start(), 1);
+    ASSERT_TRUE(eventually([&] { return r.finalized == 1 && r.running; }));
+    int before = r.steps;
+    EXPECT_TRUE(eventually([&] { return r.steps > before; }));
 }
 
 TEST(Thread, WaitPumpsEvents) {
@@ -116,28 +97,15 @@ TEST(Thread, WaitPumpsEvents) {
     QTimer::singleShot(0, qApp, [&] { ++fired; });
     QTD::Thread::Wait(1, 1);
     EXPECT_EQ(fired, 1);
-
-    QTimer::singleShot(0, qApp, [&] { ++fired; });
-    auto const begin = Clock::now();
-    QTD::Thread::Wait(6, 1);
-    EXPECT_EQ(fired, 2);
-    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(6));
-
-    QTD::Thread::Wait(0, 1);
-
     // With `every` only one call in `every` waits: of 3 consecutive calls one pumps.
     QTimer::singleShot(0, qApp, [&] { ++fired; });
     for (int i = 0; i < 3; ++i)
         QTD::Thread::Wait(1, 3);
-    EXPECT_EQ(fired, 3);
+    EXPECT_EQ(fired, 2);
 }
 
-TEST(Locks, AutoLockOnEveryKind) {
-    { QTD::AutoLock none(static_cast<std::mutex*>(nullptr), "site"); }
-    { QTD::AutoLock none(static_cast<QTD::RMutex*>(nullptr)); }
-
+TEST(Locks, RecursiveMutexAndDestructorWaitsForHolder) {
     QTD::RMutex rm("r");
-    EXPECT_EQ(rm.name, "r");
     {
         QTD::AutoLock a(&rm, "outer");
         QTD::AutoLock b(&rm, "inner");
@@ -146,29 +114,8 @@ TEST(Locks, AutoLockOnEveryKind) {
     }
     EXPECT_TRUE(rm.try_lock());
     rm.unlock();
+    { QTD::AutoLock none(static_cast<std::mutex*>(nullptr), "site"); }
 
-    QTD::Mutex m("m", true);
-    EXPECT_TRUE(m.trace);
-    {
-        QTD::AutoLock a(&m);
-        EXPECT_FALSE(m.try_lock());
-    }
-    EXPECT_TRUE(m.try_lock());
-    m.unlock();
-
-    std::mutex plain;
-    {
-        QTD::AutoLock a(&plain);
-        EXPECT_FALSE(plain.try_lock());
-    }
-    EXPECT_TRUE(plain.try_lock());
-    plain.unlock();
-
-    m.init("renamed", false);
-    EXPECT_EQ(m.name, "renamed");
-}
-
-TEST(Locks, DestructorWaitsForHolder) {
     auto* m = new QTD::Mutex;
     std::atomic<bool> held{false};
     std::atomic<bool> released{false};
@@ -205,45 +152,27 @@ TEST(DoubleBuffer, InitSizeRules) {
 TEST(DoubleBuffer, PutSwapAndCounts) {
     QTD::DoubleBuffer b;
     ASSERT_TRUE(b.init(8));
-    EXPECT_EQ(b.active, 0);
     b.put("abcd", 4, 0);
-    EXPECT_EQ(b.count[1], 1);
-    EXPECT_EQ(std::memcmp(b.buffers[1], "abcd", 4), 0);
     // Only a write at offset 0 counts as a new fill.
     b.put("wxyz", 4, 4);
     EXPECT_EQ(b.count[1], 1);
-    EXPECT_EQ(std::memcmp(b.buffers[1], "abcdwxyz", 8), 0);
     // Writes that do not fit, or without data, do nothing.
-    b.put("123456789", 9, 0);
-    b.put("12", 2, 7);
-    b.put("12", 2, -1);
-    b.put("12", -2, 0);
-    b.put(nullptr, 2, 0);
+    struct Bad {
+        char const* data;
+        int size, offset;
+    };
+    for (Bad bad :
+         {Bad{"123456789", 9, 0}, {"12", 2, 7}, {"12", 2, -1}, {"12", -2, 0}, {nullptr, 2, 0}})
+        b.put(bad.data, bad.size, bad.offset);
     EXPECT_EQ(b.count[1], 1);
     EXPECT_EQ(std::memcmp(b.buffers[1], "abcdwxyz", 8), 0);
 
     b.swap();
     EXPECT_EQ(b.active, 1);
-    EXPECT_EQ(b.count[1], 1);
     EXPECT_EQ(b.count[0], 0);
     b.put("ABCD", 4, 0);
     EXPECT_EQ(std::memcmp(b.buffers[0], "ABCD", 4), 0);
     EXPECT_EQ(std::memcmp(b.buffers[b.active], "abcdwxyz", 8), 0);
-    b.swap();
-    EXPECT_EQ(b.active, 0);
-    EXPECT_EQ(b.count[1], 0);
-
-    b.shut();
-    b.put("abcd", 4, 0);
-    EXPECT_EQ(b.count[0] + b.count[1], 0);
-}
-
-TEST(FpsCounter, FrequencyKeepsOldPeriodForNonPositive) {
-    QTD::FpsCounter c;
-    double const initial = c.frequency(0);
-    EXPECT_DOUBLE_EQ(c.frequency(-3), initial);
-    EXPECT_DOUBLE_EQ(c.frequency(250), 250);
-    EXPECT_DOUBLE_EQ(c.frequency(0), 250);
 }
 
 TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
@@ -252,8 +181,7 @@ TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
     c.window = 30;
     double const start = QTD::FpsCounter::now() - 1500;
     c.startTime = start;
-    double fps = c.count(false);
-    EXPECT_NEAR(fps, 20.0, 0.5);
+    EXPECT_NEAR(c.count(false), 20.0, 0.5);
     EXPECT_EQ(c.window, 15);
     EXPECT_NEAR(c.startTime - start, 750, 5);
     EXPECT_EQ(c.frames, 0);
@@ -265,50 +193,16 @@ TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
     EXPECT_EQ(c.frames, 1);
 }
 
-TEST(FpsCounter, MeasuresFrameRateWithShortPeriod) {
-    QTD::FpsCounter c;
-    c.frequency(50);
-    c.run();
-    double fps = 0;
-    for (int i = 0; i < 20; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        fps = c.count(true);
-    }
-    // About 100 frames per second; a loaded machine only sleeps longer.
-    EXPECT_GT(fps, 30.0);
-    EXPECT_LT(fps, 105.0);
-    EXPECT_EQ(c.frames, 20);
-    c.reset(true, 5);
-    EXPECT_EQ(c.fps, 0.0);
-    EXPECT_EQ(c.frames, 5);
-    EXPECT_EQ(c.window, 5);
-}
-
 TEST(FpsCounter, ValueNeedsRunAndAveragesPerSecond) {
     QTD::FpsCounter c;
     EXPECT_EQ(c.value(10), 0.0);
-    EXPECT_EQ(c.sum, 0.0);
     c.run();
     c.startTime = QTD::FpsCounter::now() - 500;
     EXPECT_NEAR(c.value(50), 100.0, 2.0);
-    EXPECT_EQ(c.window, 1);
-
     // Past a second with a full window the sum is halved and the window restarts.
     c.window = QTD::FpsCounter::STEPS + 1;
     c.startTime = QTD::FpsCounter::now() - 2000;
     c.value(0);
     EXPECT_EQ(c.window, 0);
     EXPECT_DOUBLE_EQ(c.sum, 25.0);
-}
-
-TEST(FpsCounter, LockMeasuresBusyIntervals) {
-    QTD::FpsCounter c;
-    c.reset(true);
-    c.lock(true);
-    std::this_thread::sleep_for(std::chrono::milliseconds(15));
-    double interval = c.lock(false);
-    EXPECT_GE(interval, 14.0);
-    EXPECT_LT(interval, 1000.0);
-    EXPECT_EQ(c.window, 1);
-    EXPECT_NEAR(c.fps, 1000.0 / interval, 1.0);
 }
