@@ -9,7 +9,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <cstring>
 
 using namespace QTD::Procs;
 using TestImages::row16;
@@ -34,20 +33,18 @@ int siteColour(int pattern, uint32_t x, uint32_t y) {
     return sites[pattern][(y & 1) * 2 + (x & 1)];
 }
 
-// A mosaic of `type` sampled from `colour(x, y)`, in the type's own depth.
-template <typename F> TestImages::Image mosaic(int width, int height, uint32_t type, F colour) {
+// A mosaic of `type` sampled from the flat `colour`, in the type's own depth.
+TestImages::Image mosaic(int width, int height, uint32_t type, std::array<int, 3> colour) {
     auto image = TestImages::make(width, height, type);
     const int pattern = indexOf(BAYER_INDEX, type) & 3;
-    for (uint32_t y = 0; y < image->height; ++y) {
+    for (uint32_t y = 0; y < image->height; ++y)
         for (uint32_t x = 0; x < image->width; ++x) {
-            const int v = colour(x, y)[siteColour(pattern, x, y)];
-            if (image->bitsPerChannel == 8) {
+            const int v = colour[siteColour(pattern, x, y)];
+            if (image->bitsPerChannel == 8)
                 row8(image.get(), y)[x] = uint8_t(v);
-            } else {
+            else
                 row16(image.get(), y)[x] = uint16_t(v);
-            }
         }
-    }
     return image;
 }
 
@@ -58,15 +55,12 @@ int channel(BrxImage* out, uint32_t x, uint32_t y, int c) {
     return out->bitsPerChannel == 8 ? row8(out, y)[x * 3 + at] : row16(out, y)[x * 3 + at];
 }
 
-int mismatches(BrxImage* out, std::array<int, 3> want, int tolerance) {
+int mismatches(BrxImage* out, std::array<int, 3> want) {
     int bad = 0;
-    for (uint32_t y = 0; y < out->height; ++y) {
-        for (uint32_t x = 0; x < out->width; ++x) {
-            for (int c = 0; c < 3; ++c) {
-                bad += std::abs(channel(out, x, y, c) - want[c]) > tolerance;
-            }
-        }
-    }
+    for (uint32_t y = 0; y < out->height; ++y)
+        for (uint32_t x = 0; x < out->width; ++x)
+            for (int c = 0; c < 3; ++c)
+                bad += channel(out, x, y, c) != want[c];
     return bad;
 }
 
@@ -95,9 +89,7 @@ TEST(CPUIPBayer, RefusedInputsLeaveNothingBehind) {
 
 TEST(CPUIPBayer, ProcessingNeedsASetUpAndTheRightImages) {
     Stage s;
-    auto input = mosaic(8, 6, PixelType::BayerRG8, [](uint32_t, uint32_t) {
-        return std::array<int, 3>{200, 100, 30};
-    });
+    auto input = mosaic(8, 6, PixelType::BayerRG8, {200, 100, 30});
     EXPECT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeNotReady));
     ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
     EXPECT_EQ(s->ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeFailed));
@@ -117,65 +109,30 @@ TEST(CPUIPBayer, ProcessingNeedsASetUpAndTheRightImages) {
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
     EXPECT_EQ(s->Output(), s->ownOutput);
     EXPECT_EQ(s->Output()->imageID, 9u);
-    EXPECT_EQ(mismatches(s->Output(), {200, 100, 30}, 0), 0);
+    EXPECT_EQ(mismatches(s->Output(), {200, 100, 30}), 0);
 }
 
 TEST(CPUIPBayer, FlatColoursLandInTheirChannelsForEveryPatternAndAlgorithm) {
     const std::array<int, 3> colour8 = {220, 90, 15};
     for (int depthGroup : {0, 2, 4}) { // 8, 12 and 16 bits
         const int shift = depthGroup == 0 ? 0 : depthGroup == 2 ? 4 : 8;
-        std::array<int, 3> colour;
-        for (int c = 0; c < 3; ++c) {
-            colour[c] = colour8[c] << shift;
-        }
+        const std::array<int, 3> colour = {colour8[0] << shift, colour8[1] << shift,
+                                           colour8[2] << shift};
         for (int pattern = 0; pattern < 4; ++pattern) {
             const uint32_t type = BAYER_INDEX[depthGroup * 4 + pattern];
             for (int algorithm = 0; algorithm < 3; ++algorithm) {
                 for (bool bgr : {false, true}) {
                     Stage s;
                     s->SetParamInt("BayerAlgType", algorithm);
-                    auto input = mosaic(13, 7, type, [&](uint32_t, uint32_t) { return colour; });
+                    auto input = mosaic(13, 7, type, colour);
                     auto order = TestImages::make(13, 7, bgr ? PixelType::BGR8 : PixelType::RGB8);
                     ASSERT_EQ(s->Init(input.get(), order.get()), 0u);
                     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
                     EXPECT_EQ(isIn(BGR_INDEX, s->Output()->pixelType), bgr);
-                    EXPECT_EQ(mismatches(s->Output(), colour, 0), 0)
+                    EXPECT_EQ(mismatches(s->Output(), colour), 0)
                         << std::hex << type << " algorithm " << algorithm << " bgr " << bgr;
                 }
             }
         }
-    }
-}
-
-TEST(CPUIPBayer, BilinearAgreesWithOpenCVInside) {
-    // Two independent bilinear demosaicers on a busy mosaic, every pattern: away from the
-    // borders, where each has its own rule, they may differ only by rounding.
-    for (int pattern = 0; pattern < 4; ++pattern) {
-        const uint32_t type = BAYER_INDEX[pattern];
-        auto input = TestImages::make(24, 16, type);
-        for (uint32_t y = 0; y < 16; ++y) {
-            for (uint32_t x = 0; x < 24; ++x) {
-                row8(input.get(), y)[x] = uint8_t(TestImages::pattern(x, y, 256));
-            }
-        }
-        Stage s;
-        s->SetParamInt("BayerAlgType", 1);
-        ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
-        ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-        auto reference = TestImages::make(24, 16, PixelType::RGB8);
-        ASSERT_EQ(QTDImageHelpers::dataDebayer8b(input.get(),
-                                                 static_cast<char*>(reference->imageData),
-                                                 int(reference->stride), 0),
-                  1);
-        int bad = 0;
-        for (uint32_t y = 2; y < 14; ++y) {
-            for (uint32_t x = 2; x < 22; ++x) {
-                for (int c = 0; c < 3; ++c) {
-                    bad += std::abs(channel(s->Output(), x, y, c) -
-                                    channel(reference.get(), x, y, c)) > 1;
-                }
-            }
-        }
-        EXPECT_EQ(bad, 0) << "pattern " << pattern;
     }
 }

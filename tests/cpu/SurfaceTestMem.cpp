@@ -12,8 +12,6 @@
 namespace {
 
 constexpr uint32_t MONO8 = 0x01080101;
-constexpr uint32_t MONO12 = 0x01100306;
-constexpr uint32_t MONO16 = 0x0110050B;
 constexpr uint32_t RGB8 = 0x02180171;
 constexpr uint32_t BGR8 = 0x02180172;
 constexpr uint32_t RGB16 = 0x0230057B;
@@ -21,12 +19,12 @@ constexpr uint32_t RGB16 = 0x0230057B;
 constexpr int GUARD = 64;
 constexpr uint8_t GUARD_BYTE = 0xA5;
 
-// An image in memory with guard bytes on both sides of its pixels.
+// An image in memory with guard bytes on both sides of its pixels; every pixel byte is `fill`,
+// row padding stays guard bytes.
 struct Canvas {
-    Canvas(uint32_t type, int bits, int channels, int w, int h, int fill, int padding = 0) {
-        int bytes = bits <= 8 ? 1 : 2;
-        stride = w * channels * bytes + padding;
-        buffer.assign(GUARD + stride * h + GUARD, GUARD_BYTE);
+    Canvas(uint32_t type, int bits, int channels, int w, int h, int fill, int padding = 0)
+        : stride(w * channels * (bits <= 8 ? 1 : 2) + padding),
+          buffer(GUARD + stride * h + GUARD, GUARD_BYTE) {
         record.size = sizeof(BrxImage);
         record.pixelType = type;
         record.bitsPerChannel = bits;
@@ -37,25 +35,11 @@ struct Canvas {
         record.imageSize = stride * h;
         record.imageData = buffer.data() + GUARD;
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w * channels; ++x)
-                set(x, y, fill, bytes);
+            std::memset(buffer.data() + GUARD + y * stride, fill, stride - padding);
     }
-    void set(int index, int y, int v, int bytes) {
-        uint8_t* p = buffer.data() + GUARD + y * stride + index * bytes;
-        if (bytes == 1)
-            *p = static_cast<uint8_t>(v);
-        else
-            std::memcpy(p, &v, 2);
-    }
-    // Sample `c` of pixel (x, y).
+    // Sample `c` of pixel (x, y) of an 8-bit image.
     int at(int x, int y, int c = 0) const {
-        int bytes = record.bitsPerChannel <= 8 ? 1 : 2;
-        uint8_t const* p = buffer.data() + GUARD + y * stride + (x * record.channels + c) * bytes;
-        if (bytes == 1)
-            return *p;
-        uint16_t v;
-        std::memcpy(&v, p, 2);
-        return v;
+        return buffer[GUARD + y * stride + x * record.channels + c];
     }
     bool guardsIntact() const {
         for (int i = 0; i < GUARD; ++i)
@@ -190,8 +174,6 @@ TEST_F(MEMSurfaceTest, GlyphsAreClippedAtEveryEdge) {
     draw(tight, "WWW", -7, -5, &white);
     draw(tight, "WWW", 6, 5, &white);
     draw(tight, "W", 11, 9, &white);
-    draw(tight, "W", 12, 10, &white);
-    draw(tight, "W", -1000, 1000, &white);
     draw(tight, "W\tW\tW", INT_MAX - 3, INT_MIN, &white);
     draw(tight, "W\tW\tW", INT_MIN, INT_MAX, &white);
     draw(tight, "W\tW\tW", INT_MAX, 0, &white);
@@ -222,25 +204,13 @@ TEST_F(MEMSurfaceTest, BadInputDrawsNothing) {
     surface.text("Ab", 0, 0, "default", &white);
     surface.end();
     // Broken records.
-    for (int breakage = 0; breakage < 5; ++breakage) {
+    using Break = void (*)(BrxImage&);
+    for (Break breakage :
+         {+[](BrxImage& r) { r.imageData = nullptr; }, +[](BrxImage& r) { r.bitsPerChannel = 0; },
+          +[](BrxImage& r) { r.bitsPerChannel = 40; }, +[](BrxImage& r) { r.width = 0; },
+          +[](BrxImage& r) { r.stride = 0; }}) {
         BrxImage saved = canvas.record;
-        switch (breakage) {
-        case 0:
-            canvas.record.imageData = nullptr;
-            break;
-        case 1:
-            canvas.record.bitsPerChannel = 0;
-            break;
-        case 2:
-            canvas.record.bitsPerChannel = 40;
-            break;
-        case 3:
-            canvas.record.width = 0;
-            break;
-        default:
-            canvas.record.stride = 0;
-            break;
-        }
+        breakage(canvas.record);
         draw(canvas, "Ab", 0, 0, &white);
         canvas.record = saved;
     }
