@@ -2,6 +2,7 @@
 
 // Pictures, mosaics, image records and PSNR for the demosaicing tests.
 
+#include <brx/BrxBayer.h>
 #include <brx/BrxImage.h>
 
 #include "demosaic/BayerPixelTypes.h"
@@ -9,8 +10,10 @@
 #include <QImage>
 #include <QString>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -18,9 +21,7 @@ namespace DemosaicTest {
 
 // An RGB picture with samples of up to 16 bits, row after row, three per pixel.
 struct Picture {
-    int width = 0;
-    int height = 0;
-    int depth = 8;
+    int width = 0, height = 0, depth = 8;
     std::vector<uint16_t> rgb;
 
     uint16_t at(int x, int y, int c) const { return rgb[(size_t(y) * width + x) * 3 + c]; }
@@ -42,12 +43,11 @@ inline Picture smoothPicture(int width, int height, int depth) {
     double const top = double((1 << depth) - 1);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
-            double const r = 0.5 + 0.35 * std::sin(x / 23.0 + y / 41.0);
-            double const g = 0.5 + 0.30 * std::cos(x / 37.0 - y / 29.0);
-            double const b = 0.45 + 0.30 * std::sin((x + 2 * y) / 31.0 + 1.0);
-            p.at(x, y, 0) = uint16_t(std::lround(r * top));
-            p.at(x, y, 1) = uint16_t(std::lround(g * top));
-            p.at(x, y, 2) = uint16_t(std::lround(b * top));
+            double const rgb[3] = {0.5 + 0.35 * std::sin(x / 23.0 + y / 41.0),
+                                   0.5 + 0.30 * std::cos(x / 37.0 - y / 29.0),
+                                   0.45 + 0.30 * std::sin((x + 2 * y) / 31.0 + 1.0)};
+            for (int c = 0; c < 3; ++c)
+                p.at(x, y, c) = uint16_t(std::lround(rgb[c] * top));
         }
     return p;
 }
@@ -63,29 +63,18 @@ inline Picture noisePicture(int width, int height, int depth, uint32_t seed) {
     return p;
 }
 
-inline Picture loadPicture(QString const& path) {
-    QImage image(path);
-    Picture p;
-    if (image.isNull())
-        return p;
-    image = image.convertToFormat(QImage::Format_RGB888);
-    p.width = image.width();
-    p.height = image.height();
-    p.rgb.resize(size_t(p.width) * p.height * 3);
-    for (int y = 0; y < p.height; ++y) {
-        uchar const* line = image.constScanLine(y);
-        for (int i = 0; i < p.width * 3; ++i)
-            p.rgb[size_t(y) * p.width * 3 + i] = line[i];
-    }
+// McMaster image n (1 to 18), 8-bit; empty when it cannot be read.
+inline Picture mcMaster(int n) {
+    QImage const image = QImage(QString("%1/mcmaster/McMaster%2.png").arg(BRX_TEST_DATA).arg(n))
+                             .convertToFormat(QImage::Format_RGB888);
+    Picture p{image.width(), image.height(), 8, {}};
+    for (int y = 0; y < p.height; ++y)
+        p.rgb.insert(p.rgb.end(), image.constScanLine(y), image.constScanLine(y) + p.width * 3);
     return p;
 }
 
-inline QString mcMaster(int n) {
-    return QString("%1/mcmaster/McMaster%2.png").arg(BRX_TEST_DATA).arg(n);
-}
-
 // A BrxImage over a buffer of its own, with an optional row padding and guard bytes after the
-// pixels (filled with `guardValue`) to catch writes past the end.
+// pixels (and in the padding) to catch writes past the rows.
 struct Image {
     BrxImage record;
     std::vector<uint8_t> buffer;
@@ -94,16 +83,14 @@ struct Image {
 
     Image(uint32_t pixelType, int width, int height, int padding = 0) {
         std::memset(&record, 0, sizeof record);
-        int const bytes = ((pixelType >> 8) & 0xF) == 1 ? 1 : 2;
-        int const channels = (pixelType >> 24) == 2 ? 3 : 1;
         record.size = sizeof(BrxImage);
         record.pixelType = pixelType;
         record.packing = pixelType & 0xFF00;
-        record.channels = uint32_t(channels);
+        record.channels = (pixelType >> 24) == 2 ? 3 : 1;
         record.bitsPerPixel = (pixelType >> 16) & 0xFF;
         record.width = uint32_t(width);
         record.height = uint32_t(height);
-        record.stride = uint32_t(width * channels * bytes + padding);
+        record.stride = uint32_t(width) * record.channels * uint32_t(bytes()) + uint32_t(padding);
         record.imageSize = record.stride * uint32_t(height);
         buffer.assign(record.imageSize + GUARD, GUARD_VALUE);
         record.imageData = buffer.data();
@@ -113,41 +100,44 @@ struct Image {
     BrxImage* get() { return &record; }
     int bytes() const { return ((record.pixelType >> 8) & 0xF) == 1 ? 1 : 2; }
     bool guardIntact() const {
-        for (size_t i = record.imageSize; i < buffer.size(); ++i)
-            if (buffer[i] != GUARD_VALUE)
-                return false;
-        return true;
+        return std::all_of(buffer.begin() + long(record.imageSize), buffer.end(),
+                           [](uint8_t v) { return v == GUARD_VALUE; });
+    }
+    size_t offset(int x, int y, int c) const {
+        return size_t(y) * record.stride + (size_t(x) * record.channels + size_t(c)) * bytes();
     }
     uint16_t sample(int x, int y, int c) const {
-        int const channels = int(record.channels);
-        size_t const at = size_t(y) * record.stride + (size_t(x) * channels + c) * bytes();
-        if (bytes() == 1)
-            return buffer[at];
-        uint16_t v;
-        std::memcpy(&v, &buffer[at], 2);
+        uint16_t v = buffer[offset(x, y, c)];
+        if (bytes() == 2)
+            std::memcpy(&v, &buffer[offset(x, y, c)], 2);
         return v;
     }
     void setSample(int x, int y, uint16_t v) {
-        size_t const at = size_t(y) * record.stride + size_t(x) * bytes();
         if (bytes() == 1)
-            buffer[at] = uint8_t(v);
+            buffer[offset(x, y, 0)] = uint8_t(v);
         else
-            std::memcpy(&buffer[at], &v, 2);
+            std::memcpy(&buffer[offset(x, y, 0)], &v, 2);
     }
 };
 
 // The mosaic of a picture in a Bayer image of the picture's depth.
 inline void mosaic(Picture const& p, int pattern, Image& out) {
-    for (int y = 0; y < p.height; ++y) {
-        uint8_t* row = out.buffer.data() + size_t(y) * out.record.stride;
-        for (int x = 0; x < p.width; ++x) {
-            uint16_t const v = p.at(x, y, cfaChannel(pattern, x, y));
-            if (out.bytes() == 1)
-                row[x] = uint8_t(v);
-            else
-                std::memcpy(row + 2 * x, &v, 2);
-        }
-    }
+    for (int y = 0; y < p.height; ++y)
+        for (int x = 0; x < p.width; ++x)
+            out.setSample(x, y, p.at(x, y, cfaChannel(pattern, x, y)));
+}
+
+// Largest difference between two images of the same kind, over every pixel and channel; the
+// second one's rows read bottom-up on request.
+inline long maxDifference(Image const& a, Image const& b, bool bUpsideDown = false) {
+    int const h = int(a.record.height);
+    long worst = 0;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < int(a.record.width); ++x)
+            for (int c = 0; c < int(a.record.channels); ++c)
+                worst = std::max(worst, std::labs(long(a.sample(x, y, c)) -
+                                                  b.sample(x, bUpsideDown ? h - 1 - y : y, c)));
+    return worst;
 }
 
 inline uint32_t bayerType(int pattern, int depth) {
@@ -157,26 +147,36 @@ inline uint32_t rgbType(int depth, bool bgr = false) {
     return BrxDemosaic::BayerPixelTypes::rgbFor(depth, bgr);
 }
 
+// One BrxBayer for one algorithm, released and deleted at the end of the scope.
+struct Bayer {
+    BrxBayer* bayer = BrxBayer::CreateComponent();
+    explicit Bayer(long algorithm, long threads = 0) {
+        bayer->GetComponent()->SetParamInt("BayerAlgType", algorithm);
+        bayer->GetComponent()->SetParamInt("BayerThreads", threads);
+    }
+    Bayer(Bayer const&) = delete;
+    ~Bayer() {
+        bayer->Release();
+        BrxBayer::DeleteComponent(bayer);
+    }
+    BrxBayer* operator->() { return bayer; }
+    unsigned short run(Image& in, Image& out) {
+        unsigned short const code = bayer->Init(in.get(), out.get());
+        return code ? code : bayer->ProcessImage(in.get(), out.get());
+    }
+};
+
 // Colour PSNR of an RGB/BGR image against a picture, one MSE over the three channels, a border
 // left out, at the picture's depth.
 inline double psnr(Picture const& p, Image const& out, int border = 4, bool bgr = false) {
     double sum = 0;
     long n = 0;
-    int const bytes = out.bytes();
-    for (int y = border; y < p.height - border; ++y) {
-        uint8_t const* row = out.buffer.data() + size_t(y) * out.record.stride;
-        uint16_t const* ref = &p.rgb[size_t(y) * p.width * 3];
+    for (int y = border; y < p.height - border; ++y)
         for (int x = border; x < p.width - border; ++x)
-            for (int c = 0; c < 3; ++c) {
-                size_t const at = size_t(x) * 3 + (bgr ? 2 - c : c);
-                uint16_t v = row[at];
-                if (bytes == 2)
-                    std::memcpy(&v, row + 2 * at, 2);
-                double const d = double(ref[size_t(x) * 3 + c]) - double(v);
+            for (int c = 0; c < 3; ++c, ++n) {
+                double const d = double(p.at(x, y, c)) - out.sample(x, y, bgr ? 2 - c : c);
                 sum += d * d;
-                ++n;
             }
-    }
     double const top = double((1 << p.depth) - 1);
     return sum == 0 ? 99.0 : 10.0 * std::log10(top * top * double(n) / sum);
 }
