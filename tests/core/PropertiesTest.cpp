@@ -1,5 +1,4 @@
 #include "core/PROPERTIES.h"
-#include "core/PROPERTIESMAP.h"
 #include "core/ParamsHelper.h"
 
 #include <gtest/gtest.h>
@@ -61,22 +60,12 @@ TEST(PROPERTIES, MergingFromAnotherBag) {
     target.set(&source, true);
     EXPECT_EQ(target.text(false), "a=2 b=3");
 
-    EXPECT_EQ(target.importData(&target, 0, -1), 0);
-    EXPECT_EQ(target.importData(&source, 0, 1), 1);
     EXPECT_THROW(target.importData(&source, 0, 4), std::out_of_range);
     // The locks are released after the exception.
     EXPECT_TRUE(target.guard.try_lock());
     target.guard.unlock();
     EXPECT_TRUE(source.guard.try_lock());
     source.guard.unlock();
-}
-
-TEST(PROPERTIESMAP, GroupLookup) {
-    QTD::PROPERTIESMAP map;
-    map.groups["g"].set("n", "5", true);
-    EXPECT_EQ(map.getPropsValueAs<int>("g", "n", "0"), 5);
-    EXPECT_EQ(map.getPropsValueAs<int>("other", "n", "4"), 4);
-    EXPECT_EQ(map.groups.size(), 1u);
 }
 
 TEST(ParamsHelper, ReadsAndWritesTheCallersMap) {
@@ -90,11 +79,6 @@ TEST(ParamsHelper, ReadsAndWritesTheCallersMap) {
     helper.set("a", "2", true, &done);
     EXPECT_TRUE(done);
     EXPECT_EQ(params["a"], "2");
-    PROPERTIES bag;
-    bag.set("a", "old", true);
-    helper.write(bag);
-    EXPECT_EQ(bag.text(false), "a=2");
-
     QTD::ParamsHelper without(nullptr);
     done = false;
     without.set("a", "1", true, &done);
