@@ -25,6 +25,14 @@ struct RecordingProcessor : BrxDisplayCommand {
     }
 };
 
+// A derived component that overrides GetParamString: GetParamAsString must follow it.
+struct Derived : ComponentImpl {
+    unsigned int GetParamString(char const*, char* value, unsigned int* size) override {
+        std::strncpy(value, "derived", *size);
+        return 0;
+    }
+};
+
 } // namespace
 
 TEST(ComponentImpl, StatusWords) {
@@ -111,21 +119,6 @@ TEST(ComponentImpl, NameAndStringBufferRules) {
     EXPECT_EQ(c.GetParamString("missing", nullptr, nullptr), 0x80FF0005u);
 }
 
-TEST(ComponentImpl, SetParamAsStringBypassesProcessorAndRefusesEmpty) {
-    ComponentImpl c;
-    RecordingProcessor veto;
-    veto.result = 1;
-    c.SetProcessors(&veto, &veto);
-    char value[] = "v";
-    char empty[] = "";
-    EXPECT_EQ(c.SetParamAsString("k", value), 0u);
-    EXPECT_EQ(veto.calls, 0);
-    for (auto kv : {std::make_pair("k", empty), {"k", nullptr}, {"", value}})
-        EXPECT_EQ(c.SetParamAsString(kv.first, kv.second), 0x80FF0007u);
-    EXPECT_EQ(c.properties.get("k"), "v");
-    c.SetProcessors(nullptr, nullptr);
-}
-
 TEST(ComponentImpl, ProcessorVetoReturnsBareOneAndLeavesBagAlone) {
     ComponentImpl c;
     c.SetParamInt("x", 5);
@@ -139,6 +132,16 @@ TEST(ComponentImpl, ProcessorVetoReturnsBareOneAndLeavesBagAlone) {
         veto.message,
         (std::map<std::string, std::string>{
             {"name", "x"}, {"value", "9"}, {"props", ATTR(static_cast<void*>(&c.properties))}}));
+
+    // SetParamAsString does not ask the processor, and refuses empty names and values.
+    int const calls = veto.calls;
+    char value[] = "v";
+    char empty[] = "";
+    EXPECT_EQ(c.SetParamAsString("k", value), 0u);
+    EXPECT_EQ(veto.calls, calls);
+    for (auto kv : {std::make_pair("k", empty), {"k", nullptr}, {"", value}})
+        EXPECT_EQ(c.SetParamAsString(kv.first, kv.second), 0x80FF0007u);
+    EXPECT_EQ(c.properties.get("k"), "v");
 
     // A watching processor answers 0: the bag is used.
     veto.result = 0;
@@ -171,18 +174,6 @@ TEST(ComponentImpl, GetProcessorSeesOutputPointerAndCanAnswer) {
     EXPECT_EQ(v, 0);
     c.SetProcessors(nullptr, nullptr);
 }
-
-namespace {
-
-// A derived component that overrides GetParamString: GetParamAsString must follow it.
-struct Derived : ComponentImpl {
-    unsigned int GetParamString(char const*, char* value, unsigned int* size) override {
-        std::strncpy(value, "derived", *size);
-        return 0;
-    }
-};
-
-} // namespace
 
 TEST(ComponentImpl, GetParamAsStringDispatchesThroughTheVirtualSlot) {
     Derived d;
