@@ -17,13 +17,10 @@ namespace WindowTest {
 constexpr uint32_t RGB8 = 0x02180171;
 constexpr int BLOCK = 160;
 
-inline QColor blockColor(int bx, int by) {
-    return QColor(40 + bx * 60, 30 + by * 80, 200 - bx * 30 - by * 20);
-}
-
 // The colour the card has at image pixel (x, y).
 inline QColor cardColor(int x, int y) {
-    return blockColor(x / BLOCK, y / BLOCK);
+    int bx = x / BLOCK, by = y / BLOCK;
+    return QColor(40 + bx * 60, 30 + by * 80, 200 - bx * 30 - by * 20);
 }
 
 struct ImageDeleter {
@@ -33,8 +30,6 @@ using ImagePtr = std::unique_ptr<BrxImage, ImageDeleter>;
 
 inline ImagePtr makeCard(int width = 640, int height = 480, uint64_t id = 7) {
     ImagePtr image(QTDImageHelpers::imageCreateImage(nullptr, width, height, RGB8));
-    if (!image)
-        return image;
     auto* pixels = static_cast<uint8_t*>(image->imageData);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
