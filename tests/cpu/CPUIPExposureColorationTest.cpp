@@ -92,14 +92,6 @@ TEST(CPUIPExposureColoration, ColourSumsAndBgrTargets) {
     EXPECT_EQ(pixel(rig.display.get(), 2), Green);
 }
 
-TEST(CPUIPExposureColoration, WithoutASourceEveryImageIsCodeSeven) {
-    CPUIPExposureColoration alone(nullptr);
-    auto display = TestImages::make(4, 1, PixelType::RGB8);
-    ASSERT_EQ(alone.Init(display.get(), nullptr), 0u);
-    EXPECT_EQ(alone.sourceStage, nullptr);
-    EXPECT_EQ(alone.ProcessImage(display.get(), nullptr, nullptr), statusWord(CodeBadArgument));
-}
-
 TEST(CPUIPExposureColoration, RefusesRawFormatsAndMismatchedImages) {
     CPUIPExposureColoration stage(nullptr);
     auto bayer = TestImages::make(4, 2, PixelType::BayerGR8);
@@ -113,4 +105,11 @@ TEST(CPUIPExposureColoration, RefusesRawFormatsAndMismatchedImages) {
     EXPECT_EQ(rig.stage->ProcessImage(narrow.get(), nullptr, nullptr), statusWord(CodeBadArgument));
     auto mono = TestImages::make(4, 1, PixelType::Mono8);
     EXPECT_EQ(rig.stage->ProcessImage(mono.get(), nullptr, nullptr), statusWord(CodeBadArgument));
+
+    // Without a source stage every image is refused.
+    CPUIPExposureColoration alone(nullptr);
+    auto display = TestImages::make(4, 1, PixelType::RGB8);
+    ASSERT_EQ(alone.Init(display.get(), nullptr), 0u);
+    EXPECT_EQ(alone.sourceStage, nullptr);
+    EXPECT_EQ(alone.ProcessImage(display.get(), nullptr, nullptr), statusWord(CodeBadArgument));
 }

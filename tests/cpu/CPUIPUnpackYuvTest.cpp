@@ -110,13 +110,12 @@ TEST(CPUIPYUV2RGB, ConvertsAndGivesBlackOnAFailedConversion) {
     QTDImageHelpers::imageFreeData(input.get());
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
     EXPECT_TRUE(allZero(s->Output()));
-}
 
-TEST(CPUIPYUV2RGB, OddWidthIsBlackNotACrash) {
-    Owned<CPUIPYUV2RGB> s;
-    auto input = TestImages::make(5, 2, PixelType::YUV422_8_UYVY);
-    std::memset(input->imageData, 200, input->imageSize);
-    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
-    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    EXPECT_TRUE(allZero(s->Output()));
+    // An odd width is black too, not a crash.
+    Owned<CPUIPYUV2RGB> odd;
+    auto five = TestImages::make(5, 2, PixelType::YUV422_8_UYVY);
+    std::memset(five->imageData, 200, five->imageSize);
+    ASSERT_EQ(odd->Init(five.get(), nullptr), 0u);
+    ASSERT_EQ(odd->ProcessImage(five.get(), nullptr, nullptr), 0u);
+    EXPECT_TRUE(allZero(odd->Output()));
 }
