@@ -1,5 +1,6 @@
-// Several threads at once on the locks, the messenger and the double buffer, for a bounded time.
-// Meant to run clean under ThreadSanitizer as well.
+// Several threads at once on the locks, the messenger, the double buffer and a component's bag,
+// for a bounded time. Meant to run clean under ThreadSanitizer as well.
+#include "core/ComponentImpl.h"
 #include "core/Messenger.h"
 #include "core/QTDUtils.h"
 #include "core/QTDUtilsCounter.h"
@@ -179,4 +180,25 @@ TEST(Stress, DoubleBufferReaderSeesWholeFrames) {
     EXPECT_FALSE(torn);
     EXPECT_GT(framesRead, 0);
     EXPECT_GT(received.frames, 0);
+}
+
+TEST(Stress, ComponentReadsWhileAnotherThreadAddsParameters) {
+    auto component = std::make_unique<QTD::ComponentImpl>();
+    component->SetParamInt("watched", 1);
+    std::atomic<bool> wrong{false};
+    long i = 0;
+    long last = 0;
+    onThreads(2, [&](int t) {
+        if (t == 0) {
+            // New keys make the rows grow and move.
+            component->SetParamInt(("k" + std::to_string(i % 2000)).c_str(), i);
+            component->SetParamInt("watched", ++i);
+            return;
+        }
+        long v = 0;
+        if (component->GetParamInt("watched", &v) != 0 || v < last)
+            wrong = true;
+        last = v;
+    });
+    EXPECT_FALSE(wrong);
 }
