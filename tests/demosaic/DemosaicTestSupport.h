@@ -106,17 +106,14 @@ struct Image {
     size_t offset(int x, int y, int c) const {
         return size_t(y) * record.stride + (size_t(x) * record.channels + size_t(c)) * bytes();
     }
+    // Samples of one or two bytes, in the machine's (little-endian) order.
     uint16_t sample(int x, int y, int c) const {
-        uint16_t v = buffer[offset(x, y, c)];
-        if (bytes() == 2)
-            std::memcpy(&v, &buffer[offset(x, y, c)], 2);
+        uint16_t v = 0;
+        std::memcpy(&v, &buffer[offset(x, y, c)], size_t(bytes()));
         return v;
     }
     void setSample(int x, int y, uint16_t v) {
-        if (bytes() == 1)
-            buffer[offset(x, y, 0)] = uint8_t(v);
-        else
-            std::memcpy(&buffer[offset(x, y, 0)], &v, 2);
+        std::memcpy(&buffer[offset(x, y, 0)], &v, size_t(bytes()));
     }
 };
 
