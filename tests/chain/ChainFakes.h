@@ -3,6 +3,7 @@
 // Stand-ins for what a chain reaches outside itself: the controller whose bag names the chain
 // and the surface, and a surface that counts how each pass is bracketed.
 
+#include "chain/QTDProcessor.h"
 #include "core/ComponentImpl.h"
 #include "screen/QTDSurface.h"
 
@@ -34,6 +35,18 @@ public:
     void end() override { ++ends; }
     int begins = 0;
     int ends = 0;
+};
+
+// A chain composed for `format` and published in the controller's bag, as the display does.
+struct BorrowedChain {
+    explicit BorrowedChain(BrxImage* format) : chain(&controller, false) {
+        chainCode = chain.Init(format, nullptr);
+        controller.component.properties.set(
+            "processor", QTD::ATTR(static_cast<void*>(static_cast<QTDProcessor*>(&chain))), true);
+    }
+    FakeController controller;
+    QTDProcessor chain;
+    uint32_t chainCode = 0;
 };
 
 } // namespace ChainFakes

@@ -58,14 +58,6 @@ std::vector<std::string> namesOf(QTDProcessor& chain) {
 
 } // namespace
 
-TEST(StatusWord, CarriesTheTypeAndTheCode) {
-    EXPECT_EQ(statusWord(0), 0u);
-    EXPECT_EQ(statusWord(CodeBadArgument), 0x80FF0007u);
-    EXPECT_EQ(statusWord(CodeUnknownCommand), 0x80FF000Au);
-    // Layers OR the same high bits, so the code survives.
-    EXPECT_EQ(statusCode(statusWord(CodeNotReady) | statusWord(CodeNotReady)), CodeNotReady);
-}
-
 TEST(ImageProcessorData, EnableIsAClampedCount) {
     QTD::ImageProcessorData data;
     EXPECT_TRUE(data.IsEnabled());
@@ -80,99 +72,82 @@ TEST(ImageProcessorData, EnableIsAClampedCount) {
     EXPECT_TRUE(data.IsEnabled());
 }
 
-TEST(ImageProcessorData, OutputFormatFallsBackToTheInputFormat) {
-    QTD::ImageProcessorData data;
-    data.inputFormat = QTDImageHelpers::imageCreateFormat(nullptr, 4, 4, PixelType::Mono8);
-    EXPECT_EQ(data.Format(false), data.inputFormat);
-    data.outputFormat = QTDImageHelpers::imageCreateFormat(nullptr, 4, 4, PixelType::RGB8);
-    EXPECT_EQ(data.Format(false), data.outputFormat);
-    EXPECT_EQ(data.Format(true), data.inputFormat);
-    data.Release();
-    EXPECT_EQ(data.Format(true), nullptr);
-    EXPECT_FALSE(data.isReady());
-}
-
-TEST(ProcessingChain, NamesAndInsertion) {
-    Journal journal;
-    QTDProcessor chain(nullptr, false);
-    EXPECT_EQ(chain.AddProcessor("a", new FakeStage(&journal, "a")), 0);
-    EXPECT_EQ(chain.AddProcessor("c", new FakeStage(&journal, "c")), 0);
-    char before[] = "c";
-    EXPECT_EQ(chain.InsertProcessor(before, "b", new FakeStage(&journal, "b")), 0);
-    EXPECT_EQ(namesOf(chain), (std::vector<std::string>{"a", "b", "c"}));
-
-    // Appending does not look for duplicates; inserting does.
-    auto* twin = new FakeStage(&journal, "a2");
-    EXPECT_EQ(chain.AddProcessor("a", twin), 0);
-    EXPECT_EQ(chain.Size(), 4);
-    auto* refused = new FakeStage(&journal, "refused");
-    EXPECT_EQ(chain.InsertProcessor(before, "a", refused), CodeExists);
-    EXPECT_EQ(chain.chainError, CodeExists);
-    char absent[] = "zz";
-    EXPECT_EQ(chain.InsertProcessor(absent, "d", refused), CodeNotFound);
-    EXPECT_EQ(chain.InsertProcessor(before, "", refused), CodeBadArgument);
-    EXPECT_EQ(chain.InsertProcessor(before, nullptr, refused), CodeBadArgument);
-    EXPECT_EQ(chain.AddProcessor("d", nullptr), CodeBadArgument);
-    delete refused;
-
-    // Lookups parse the address back from the text; the first row of a name wins.
-    EXPECT_EQ(static_cast<FakeStage*>(chain.GetProcessor("a"))->id, "a");
-    EXPECT_EQ(static_cast<FakeStage*>(chain.GetProcessor(3))->id, "a2");
-    EXPECT_EQ(chain.GetProcessor(chain.Size()), nullptr);
-    EXPECT_EQ(chain.GetProcessor(-1), nullptr);
-    EXPECT_EQ(chain.GetProcessor("zz"), nullptr);
-    EXPECT_EQ(chain.GetProcessor(""), nullptr);
-    EXPECT_EQ(chain.GetComponent()->GetParamCount(), 3u); // opengl, display, image.downscale
-}
-
-TEST(ProcessingChain, DeleteReleasesAndDestroys) {
-    Journal journal;
-    QTDProcessor chain(nullptr, false);
-    chain.AddProcessor("a", new FakeStage(&journal, "a"));
-    chain.AddProcessor("b", new FakeStage(&journal, "b"));
-    EXPECT_EQ(chain.DeleteProcessor("x"), CodeNotFound);
-    EXPECT_EQ(chain.DeleteProcessor("a"), 0);
-    EXPECT_EQ(journal.released, 1);
-    EXPECT_EQ(journal.destroyed, 1);
-    EXPECT_EQ(namesOf(chain), std::vector<std::string>{"b"});
-    chain.Release();
-    EXPECT_EQ(chain.Size(), 0);
-    EXPECT_EQ(journal.destroyed, 2);
-    chain.Release(); // idempotent
-    EXPECT_EQ(journal.destroyed, 2);
-}
-
-TEST(ProcessingChain, DestructorReleasesTheStages) {
+TEST(ProcessingChain, NamesInsertionAndDeletion) {
     Journal journal;
     {
         QTDProcessor chain(nullptr, false);
-        chain.AddProcessor("a", new FakeStage(&journal, "a"));
+        EXPECT_EQ(chain.AddProcessor("a", new FakeStage(&journal, "a")), 0);
+        EXPECT_EQ(chain.AddProcessor("c", new FakeStage(&journal, "c")), 0);
+        char before[] = "c";
+        EXPECT_EQ(chain.InsertProcessor(before, "b", new FakeStage(&journal, "b")), 0);
+        EXPECT_EQ(namesOf(chain), (std::vector<std::string>{"a", "b", "c"}));
+
+        // Appending does not look for duplicates; inserting does.
+        EXPECT_EQ(chain.AddProcessor("a", new FakeStage(&journal, "a2")), 0);
+        auto* refused = new FakeStage(&journal, "refused");
+        EXPECT_EQ(chain.InsertProcessor(before, "a", refused), CodeExists);
+        EXPECT_EQ(chain.chainError, CodeExists);
+        char absent[] = "zz";
+        EXPECT_EQ(chain.InsertProcessor(absent, "d", refused), CodeNotFound);
+        EXPECT_EQ(chain.InsertProcessor(before, "", refused), CodeBadArgument);
+        EXPECT_EQ(chain.AddProcessor("d", nullptr), CodeBadArgument);
+        delete refused;
+
+        // Lookups parse the address back from the text; the first row of a name wins.
+        EXPECT_EQ(static_cast<FakeStage*>(chain.GetProcessor("a"))->id, "a");
+        EXPECT_EQ(static_cast<FakeStage*>(chain.GetProcessor(3))->id, "a2");
+        EXPECT_EQ(chain.GetProcessor(chain.Size()), nullptr);
+        EXPECT_EQ(chain.GetProcessor("zz"), nullptr);
+
+        journal.destroyed = 0;
+        EXPECT_EQ(chain.DeleteProcessor("x"), CodeNotFound);
+        EXPECT_EQ(chain.DeleteProcessor("b"), 0);
+        EXPECT_EQ(journal.released, 1);
+        EXPECT_EQ(journal.destroyed, 1);
+        EXPECT_EQ(namesOf(chain), (std::vector<std::string>{"a", "c", "a"}));
+        chain.Release();
+        EXPECT_EQ(chain.Size(), 0);
+        EXPECT_EQ(journal.destroyed, 4);
+        chain.Release(); // idempotent
+        EXPECT_EQ(journal.destroyed, 4);
+        chain.AddProcessor("e", new FakeStage(&journal, "e"));
     }
-    EXPECT_EQ(journal.released, 1);
-    EXPECT_EQ(journal.destroyed, 1);
+    EXPECT_EQ(journal.released, 5); // the destructor releases too
+    EXPECT_EQ(journal.destroyed, 5);
 }
 
-TEST(ProcessingChain, OutputAndFormatScanTheStages) {
+TEST(ProcessingChain, FormatsOutputAndRefusals) {
     Journal journal;
     QTDProcessor chain(nullptr, false);
+    auto input = TestImages::make(4, 2, PixelType::Mono8);
+    auto middle = TestImages::make(4, 2, PixelType::Mono8);
+    auto target = TestImages::make(4, 2, PixelType::RGB8);
+    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeFailed)); // empty
     EXPECT_EQ(chain.Format(false), nullptr);
     EXPECT_EQ(chain.Output(), nullptr);
-    auto early = TestImages::make(2, 2, PixelType::Mono8);
-    auto late = TestImages::make(2, 2, PixelType::RGB8);
-    auto* first = new FakeStage(&journal, "first", 0, early.get());
-    auto* second = new FakeStage(&journal, "second", 0, late.get());
-    auto* third = new FakeStage(&journal, "third"); // nothing out, no formats
-    first->outFormat = early.get();
-    second->inFormat = late.get();
-    chain.AddProcessor("first", first);
-    chain.AddProcessor("second", second);
-    chain.AddProcessor("third", third);
-    EXPECT_EQ(chain.Output(), late.get());
-    EXPECT_EQ(chain.Format(false), early.get()); // last stage with an output format
-    EXPECT_EQ(chain.Format(true), late.get());   // first stage with an input format
+    auto* a = new FakeStage(&journal, "a", 0, middle.get());
+    auto* b = new FakeStage(&journal, "b"); // no output, no formats: skipped over
+    auto* c = new FakeStage(&journal, "c", 0, target.get());
+    a->outFormat = middle.get();
+    c->inFormat = target.get();
+    chain.AddProcessor("a", a);
+    chain.AddProcessor("b", b);
+    chain.AddProcessor("c", c);
+    EXPECT_EQ(chain.Output(), target.get());
+    EXPECT_EQ(chain.Format(false), middle.get()); // last stage with an output format
+    EXPECT_EQ(chain.Format(true), target.get());  // first stage with an input format
+    EXPECT_EQ(chain.ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeBadArgument));
+
+    // A stop request ends the pass quietly.
+    chain.stopRequested = true;
+    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_TRUE(journal.calls.empty());
+    EXPECT_EQ(chain.properties.get("time", "none"), "none");
+    chain.Release();
+    EXPECT_FALSE(chain.stopRequested);
 }
 
-TEST(ProcessingChain, WalkHandsEachOutputOn) {
+TEST(ProcessingChain, APassHandsEachOutputOnAndStopsAtAFailure) {
     Journal journal;
     QTDProcessor chain(nullptr, false);
     auto input = TestImages::make(4, 2, PixelType::Mono8);
@@ -194,46 +169,14 @@ TEST(ProcessingChain, WalkHandsEachOutputOn) {
     EXPECT_EQ(c->seenContext, &context);
     EXPECT_EQ(chain.properties.getAs<void*>("@source.image"), input.get());
     EXPECT_EQ(chain.properties.getAs<void*>("@output.image"), target.get());
-    const std::string time = chain.properties.get("time");
-    EXPECT_NE(time.find(" ms"), std::string::npos) << time;
-    EXPECT_GE(std::stod(time), 0.0);
-    EXPECT_LT(std::stod(time), 10000.0);
-}
+    EXPECT_NE(std::string(chain.properties.get("time")).find(" ms"), std::string::npos);
 
-TEST(ProcessingChain, AFailingStageEndsThePassWithCodeOne) {
-    Journal journal;
-    QTDProcessor chain(nullptr, false);
-    chain.AddProcessor("a", new FakeStage(&journal, "a"));
-    chain.AddProcessor("bad", new FakeStage(&journal, "bad", statusWord(CodeNotReady)));
-    chain.AddProcessor("c", new FakeStage(&journal, "c"));
-    auto input = TestImages::make(4, 2, PixelType::Mono8);
+    // A failing stage ends the pass with code 1.
+    journal.calls.clear();
+    b->result = statusWord(CodeNotReady);
     EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeFailed));
     EXPECT_EQ(chain.chainError, CodeFailed);
-    EXPECT_EQ(journal.calls, (std::vector<std::string>{"a", "bad"}));
-    EXPECT_EQ(chain.properties.get("time", "none"), "none");
-}
-
-TEST(ProcessingChain, RefusesNullInputAndEmptyChain) {
-    Journal journal;
-    QTDProcessor chain(nullptr, false);
-    auto input = TestImages::make(4, 2, PixelType::Mono8);
-    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeFailed));
-    chain.AddProcessor("a", new FakeStage(&journal, "a"));
-    EXPECT_EQ(chain.ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeBadArgument));
-    EXPECT_TRUE(journal.calls.empty());
-}
-
-TEST(ProcessingChain, AStopRequestEndsThePassQuietly) {
-    Journal journal;
-    QTDProcessor chain(nullptr, false);
-    chain.AddProcessor("a", new FakeStage(&journal, "a"));
-    chain.stopRequested = true;
-    auto input = TestImages::make(4, 2, PixelType::Mono8);
-    EXPECT_EQ(chain.ProcessImage(input.get(), nullptr, nullptr), 0u);
-    EXPECT_TRUE(journal.calls.empty());
-    EXPECT_EQ(chain.properties.get("time", "none"), "none");
-    chain.Release();
-    EXPECT_FALSE(chain.stopRequested);
+    EXPECT_EQ(journal.calls, (std::vector<std::string>{"a", "b"}));
 }
 
 TEST(ProcessingChain, InitRefusesNullInputAndAnOpenGLChainWithoutGPUStages) {

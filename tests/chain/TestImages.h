@@ -49,17 +49,4 @@ inline Image makeMono(int width, int height, uint32_t type) {
     return image;
 }
 
-// Three 8-bit channels filled with distinct patterns.
-inline Image makeColor8(int width, int height, uint32_t type) {
-    Image image = make(width, height, type);
-    for (uint32_t y = 0; y < image->height; ++y) {
-        for (uint32_t x = 0; x < image->width; ++x) {
-            for (uint32_t c = 0; c < 3; ++c) {
-                row8(image.get(), y)[x * 3 + c] = uint8_t(pattern(x + 7 * c, y + c, 256));
-            }
-        }
-    }
-    return image;
-}
-
 } // namespace TestImages
