@@ -7,20 +7,22 @@
 
 using namespace DemosaicTest;
 
-// A mix-up of the patterns or of red and blue costs far more than 10 dB on a smooth picture.
+// A mix-up of the patterns or of red and blue costs far more than 10 dB on a smooth picture;
+// the border pixels of an odd-sized one are about as good as the inner ones.
 TEST(BrxBayer, EveryPatternAndDepthPutsTheColoursInPlace) {
     for (int depth : {8, 10, 12, 14, 16}) {
-        Picture const pic = smoothPicture(96, 64, depth);
+        Picture const pic = smoothPicture(97, 65, depth);
         for (int pattern = 0; pattern < 4; ++pattern) {
-            Image in(bayerType(pattern, depth), 96, 64);
+            Image in(bayerType(pattern, depth), 97, 65);
             mosaic(pic, pattern, in);
             for (int mode : {0, 1, 2}) {
                 SCOPED_TRACE("depth " + std::to_string(depth) + " pattern " +
                              std::to_string(pattern) + " mode " + std::to_string(mode));
-                Image out(rgbType(depth), 96, 64);
+                Image out(rgbType(depth), 97, 65);
                 ASSERT_EQ(Bayer(mode).run(in, out), 0);
                 EXPECT_GT(psnr(pic, out), 35.0);
-                Image bgr(rgbType(depth, true), 96, 64);
+                EXPECT_GT(psnr(pic, out, 0), 33.0);
+                Image bgr(rgbType(depth, true), 97, 65);
                 ASSERT_EQ(Bayer(mode).run(in, bgr), 0);
                 EXPECT_GT(psnr(pic, bgr, 4, true), 35.0);
             }
@@ -30,17 +32,16 @@ TEST(BrxBayer, EveryPatternAndDepthPutsTheColoursInPlace) {
 
 // A flat colour comes back exactly, to the last pixel of every border, for any size (odd ones
 // included) and pattern: the kernels sum to one and the borders see a mirrored image, not
-// black. The border pixels of a smooth picture are about as good as the inner ones.
+// black.
 TEST(BrxBayer, OddSizesAndBordersAreFilled) {
-    Picture const smooth = smoothPicture(61, 47, 12);
     for (int mode : {0, 1, 2})
-        for (int pattern = 0; pattern < 4; ++pattern) {
-            std::string const trace =
-                "mode " + std::to_string(mode) + " pattern " + std::to_string(pattern) + " size ";
+        for (int pattern = 0; pattern < 4; ++pattern)
             for (auto wh : {std::make_pair(2, 2), std::make_pair(3, 2), std::make_pair(2, 5),
                             std::make_pair(7, 5), std::make_pair(33, 17), std::make_pair(70, 23)}) {
                 int const w = wh.first, h = wh.second;
-                SCOPED_TRACE(trace + std::to_string(w) + "x" + std::to_string(h));
+                SCOPED_TRACE("mode " + std::to_string(mode) + " pattern " +
+                             std::to_string(pattern) + " size " + std::to_string(w) + "x" +
+                             std::to_string(h));
                 Picture flat{w, h, 8, {}};
                 for (int i = 0; i < w * h; ++i)
                     flat.rgb.insert(flat.rgb.end(), {200, 90, 40});
@@ -51,12 +52,6 @@ TEST(BrxBayer, OddSizesAndBordersAreFilled) {
                 EXPECT_EQ(psnr(flat, out, 0), 99.0); // exact
                 EXPECT_TRUE(out.guardIntact());
             }
-            Image in(bayerType(pattern, 12), 61, 47);
-            mosaic(smooth, pattern, in);
-            Image out(rgbType(12), 61, 47);
-            ASSERT_EQ(Bayer(mode).run(in, out), 0);
-            EXPECT_GT(psnr(smooth, out, 0), 33.0) << trace;
-        }
 }
 
 // Padded rows on both sides, more threads and a bottom-up output (written upside down) give
