@@ -475,7 +475,7 @@ TEST(QTDWindow, CommandsSetFlagsAndMoveBlockAndForwardTheKeyboardCommands) {
     window.messenger(nullptr);
 }
 
-TEST(QTDWindow, WideImagesScrollInCoarserUnitsAndSameSizedImagesKeepTheScale) {
+TEST(QTDWindow, WideImagesScrollInCoarserUnits) {
     QTDWindow window(nullptr, false);
     QScrollBar horz(Qt::Horizontal), vert(Qt::Vertical);
     window.setScrollBars(&horz, &vert);
@@ -490,12 +490,14 @@ TEST(QTDWindow, WideImagesScrollInCoarserUnitsAndSameSizedImagesKeepTheScale) {
     // Dragging to the end reaches the image's far edge, to within one unit.
     window.setScroll(32000, -1);
     EXPECT_NEAR(screen.originX + screen.scaledWidth, 1000.0, 1.22);
+}
 
-    screen.fit(QTDScreen::FitNone, true);
-    screen.scale(0.5, true);
-    ImagePtr second(QTDImageHelpers::imageCreateFormat(nullptr, 40000, 100, RGB8));
+TEST_F(InputWindow, ImagesOfTheSameSizeKeepTheScale) {
+    screen().fit(QTDScreen::FitNone, true);
+    screen().scale(0.5, true);
+    ImagePtr second = makeCard(640, 480, 2);
     window.setImage(second.get(), false);
-    EXPECT_DOUBLE_EQ(screen.scaleValue, 0.5);
+    EXPECT_DOUBLE_EQ(screen().scaleValue, 0.5);
 }
 
 TEST(QTDViewer, InitAppendsTheDisplayStagesOrSaysWhyNot) {
