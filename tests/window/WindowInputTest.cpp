@@ -89,7 +89,10 @@ Map mapOf(std::string const& text) {
 // Keeps the mouse notifications it gets and answers the left button as told.
 class Receiver : public BrxDisplayCommand {
 public:
-    int RunCommandParams(char const*, Map* params) override {
+    // Only the mouse: view notifications arrive from the messenger's thread at their own time.
+    int RunCommandParams(char const* command, Map* params) override {
+        if (std::string(command ? command : "") != "notification.mouse")
+            return 0;
         std::lock_guard<std::mutex> hold(guard);
         maps.push_back(*params);
         return (*params)["left"] == "1" ? leftAnswer : 0;
