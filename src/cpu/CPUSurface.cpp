@@ -1,4 +1,5 @@
 #include "cpu/CPUSurface.h"
+#include "screen/Rounding.h"
 
 #include "cpu/CPUSurfaceText.h"
 
@@ -26,17 +27,7 @@ constexpr uint32_t TYPE_RGB8 = 0x02180171;
 constexpr int QT_STYLES[7] = {1, 2, 3, 4, 5, 6, 6};
 constexpr int const* STYLES = QT_STYLES;
 
-// Half away from zero, saturated to the int range (NaN gives 0).
-int roundHalfAway(double v) {
-    if (std::isnan(v))
-        return 0;
-    double r = v < 0 ? v - 0.5 : v + 0.5;
-    if (r >= 2147483647.0)
-        return INT_MAX;
-    if (r <= -2147483648.0)
-        return INT_MIN;
-    return static_cast<int>(r);
-}
+using QTD::roundHalfAway;
 
 QColor toQColor(QTD::RgbColor const& c) {
     return QColor(std::clamp(roundHalfAway(c.red * 255), 0, 255),

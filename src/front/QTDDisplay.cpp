@@ -1095,7 +1095,9 @@ bool QTDDisplay::SetOverlayVariables(Map* vars) {
     return true;
 }
 
-QTD::ATTR QTDDisplay::SetOverlayText(const char* text, int x, int y, Map* params) {
+// The three overlay setters share their frame: the set-up lock, the caller's parameters as a
+// bag, and a redraw when the window took the object.
+template <class Set> QTD::ATTR QTDDisplay::addOverlay(Map* params, Set set) {
     std::lock_guard<std::recursive_mutex> setup(setupLock);
     if (!showing()) {
         return ATTR();
@@ -1104,44 +1106,30 @@ QTD::ATTR QTDDisplay::SetOverlayText(const char* text, int x, int y, Map* params
     if (params != nullptr) {
         bag = *params;
     }
-    ATTR line(text);
-    const ATTR id = getWindow()->setOverlayText(const_cast<char*>(line.c_str()), x, y, bag);
+    const ATTR id = set(getWindow(), bag);
     if (!id.empty()) {
         viewer->redraw(true);
     }
     return id;
+}
+
+QTD::ATTR QTDDisplay::SetOverlayText(const char* text, int x, int y, Map* params) {
+    ATTR line(text);
+    return addOverlay(params, [&](QTDWindow* window, QTD::PROPERTIES& bag) {
+        return window->setOverlayText(const_cast<char*>(line.c_str()), x, y, bag);
+    });
 }
 
 QTD::ATTR QTDDisplay::SetOverlayRect(int x, int y, int w, int h, Map* params) {
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
-    if (!showing()) {
-        return ATTR();
-    }
-    QTD::PROPERTIES bag;
-    if (params != nullptr) {
-        bag = *params;
-    }
-    const ATTR id = getWindow()->setOverlayRect(x, y, w, h, bag);
-    if (!id.empty()) {
-        viewer->redraw(true);
-    }
-    return id;
+    return addOverlay(params, [&](QTDWindow* window, QTD::PROPERTIES& bag) {
+        return window->setOverlayRect(x, y, w, h, bag);
+    });
 }
 
 QTD::ATTR QTDDisplay::SetOverlayProfileLine(int x0, int y0, int x1, int y1, Map* params) {
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
-    if (!showing()) {
-        return ATTR();
-    }
-    QTD::PROPERTIES bag;
-    if (params != nullptr) {
-        bag = *params;
-    }
-    const ATTR id = getWindow()->setOverlayProfileLine(x0, y0, x1, y1, bag);
-    if (!id.empty()) {
-        viewer->redraw(true);
-    }
-    return id;
+    return addOverlay(params, [&](QTDWindow* window, QTD::PROPERTIES& bag) {
+        return window->setOverlayProfileLine(x0, y0, x1, y1, bag);
+    });
 }
 
 bool QTDDisplay::DelOverlayObject(const char* id) {

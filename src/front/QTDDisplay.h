@@ -176,6 +176,7 @@ private:
     double shownRate();
     // Whether overlays and repaints make sense: an image, a chain, a window and no error.
     bool showing();
+    template <class Set> QTD::ATTR addOverlay(Map* params, Set set);
     void scaleFromMenu(double scale);
     void deleteTimer();
     void drawInfo();

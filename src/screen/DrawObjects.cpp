@@ -1,4 +1,5 @@
 #include "screen/DrawObjects.h"
+#include "screen/Rounding.h"
 
 #include "core/AutoLock.h"
 #include "image/QTDImageParser.h"
@@ -16,16 +17,7 @@ namespace QTD {
 
 namespace {
 
-int roundHalfAway(double v) {
-    if (std::isnan(v))
-        return 0;
-    double r = v < 0 ? v - 0.5 : v + 0.5;
-    if (r >= 2147483647.0)
-        return INT_MAX;
-    if (r <= -2147483648.0)
-        return INT_MIN;
-    return static_cast<int>(r);
-}
+using QTD::roundHalfAway;
 
 enum Kind { KindLine, KindRect, KindText, KindMarker, KindCircle, KindNone };
 

@@ -1,4 +1,5 @@
 #include "screen/QTDScreen.h"
+#include "screen/Rounding.h"
 
 #include "core/AutoLock.h"
 #include "screen/QTDSurface.h"
@@ -20,17 +21,7 @@ double divide(double a, double b) {
     return nearZero(b) ? 0.0 : a / b;
 }
 
-// Half away from zero, saturated to the int range (NaN gives 0).
-int roundHalfAway(double v) {
-    if (std::isnan(v))
-        return 0;
-    double r = v < 0 ? v - 0.5 : v + 0.5;
-    if (r >= 2147483647.0)
-        return INT_MAX;
-    if (r <= -2147483648.0)
-        return INT_MIN;
-    return static_cast<int>(r);
-}
+using QTD::roundHalfAway;
 
 // Half away from zero, kept as a double.
 double roundHalf(double v) {

@@ -1,4 +1,5 @@
 #include "screen/QTDSurface.h"
+#include "screen/Rounding.h"
 
 #include "screen/SurfaceText.h"
 
@@ -7,17 +8,7 @@
 
 namespace {
 
-// Half away from zero, saturated to the int range (NaN gives 0).
-int roundHalfAway(double v) {
-    if (std::isnan(v))
-        return 0;
-    double r = v < 0 ? v - 0.5 : v + 0.5;
-    if (r >= 2147483647.0)
-        return INT_MAX;
-    if (r <= -2147483648.0)
-        return INT_MIN;
-    return static_cast<int>(r);
-}
+using QTD::roundHalfAway;
 
 } // namespace
 

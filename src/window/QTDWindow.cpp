@@ -1,4 +1,5 @@
 #include "window/QTDWindow.h"
+#include "screen/Rounding.h"
 
 #include "core/Messenger.h"
 #include "cpu/CPUScreen.h"
@@ -623,16 +624,7 @@ void QTDWindow::setProperty(QTD::ATTR key, QTD::ATTR value, bool replace) {
 
 namespace {
 
-int roundHalfAway(double v) {
-    if (std::isnan(v))
-        return 0;
-    double r = v < 0 ? v - 0.5 : v + 0.5;
-    if (r >= 2147483647.0)
-        return INT_MAX;
-    if (r <= -2147483648.0)
-        return INT_MIN;
-    return static_cast<int>(r);
-}
+using QTD::roundHalfAway;
 
 bool isWin(QTD::ATTR const& cs) {
     return cs.same("win", true);
