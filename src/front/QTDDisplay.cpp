@@ -999,10 +999,12 @@ int QTDDisplay::RunCommandSystemMenu(const char* command, Map* params) {
 // ---------------------------------------------------------------------------------------------
 // View operations
 
-bool QTDDisplay::SetFitMode(int mode, bool redraw) {
+// The view operations share their frame: the set-up lock, a screen to act on, and a redraw
+// when asked for and the operation took.
+template <class Op> bool QTDDisplay::viewOperation(bool redraw, Op op) {
     std::lock_guard<std::recursive_mutex> setup(setupLock);
     QTDScreen* screen = getScreen();
-    if (screen == nullptr || !screen->fit(mode, true)) {
+    if (screen == nullptr || !op(screen)) {
         return false;
     }
     if (redraw) {
@@ -1011,49 +1013,32 @@ bool QTDDisplay::SetFitMode(int mode, bool redraw) {
     return true;
 }
 
-bool QTDDisplay::CenterAt(double x, double y, bool redraw) {
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
-    QTDScreen* screen = getScreen();
-    if (screen == nullptr || !screen->at(x, y)) {
-        return false;
-    }
-    if (redraw) {
-        viewer->redraw(true);
-    }
-    return true;
-}
-
-bool QTDDisplay::SetZoom(bool zoomIn, double coef, bool redraw) {
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
-    QTDScreen* screen = getScreen();
-    if (screen == nullptr) {
-        return false;
-    }
+// A coefficient near zero means the stored "display.view.zoom.coef".
+double QTDDisplay::zoomCoef(double coef) {
     ATTR stored;
     if (coef < 1e-5 && properties.find("display.view.zoom.coef", &stored, true)) {
         coef = stored.as<double>();
     }
-    if (!screen->zoom(zoomIn, coef, false)) {
-        return false;
-    }
-    if (redraw) {
-        viewer->redraw(true);
-    }
-    return true;
+    return coef;
+}
+
+bool QTDDisplay::SetFitMode(int mode, bool redraw) {
+    return viewOperation(redraw, [&](QTDScreen* screen) { return screen->fit(mode, true); });
+}
+
+bool QTDDisplay::CenterAt(double x, double y, bool redraw) {
+    return viewOperation(redraw, [&](QTDScreen* screen) { return screen->at(x, y); });
+}
+
+bool QTDDisplay::SetZoom(bool zoomIn, double coef, bool redraw) {
+    return viewOperation(
+        redraw, [&](QTDScreen* screen) { return screen->zoom(zoomIn, zoomCoef(coef), false); });
 }
 
 bool QTDDisplay::CanZoom(bool zoomIn, double coef, bool query) {
     (void)query;
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
-    QTDScreen* screen = getScreen();
-    if (screen == nullptr) {
-        return false;
-    }
-    ATTR stored;
-    if (coef < 1e-5 && properties.find("display.view.zoom.coef", &stored, true)) {
-        coef = stored.as<double>();
-    }
-    return screen->zoom(zoomIn, coef, true);
+    return viewOperation(
+        false, [&](QTDScreen* screen) { return screen->zoom(zoomIn, zoomCoef(coef), true); });
 }
 
 bool QTDDisplay::SetScale(double scale, bool redraw) {

@@ -177,6 +177,8 @@ private:
     // Whether overlays and repaints make sense: an image, a chain, a window and no error.
     bool showing();
     template <class Set> QTD::ATTR addOverlay(Map* params, Set set);
+    template <class Op> bool viewOperation(bool redraw, Op op);
+    double zoomCoef(double coef);
     void scaleFromMenu(double scale);
     void deleteTimer();
     void drawInfo();

@@ -49,4 +49,15 @@ inline Image makeMono(int width, int height, uint32_t type) {
     return image;
 }
 
+// Three 8-bit channels filled with distinct patterns.
+inline Image makeColour8(int width, int height, uint32_t type) {
+    Image image = make(width, height, type);
+    for (uint32_t y = 0; y < image->height; ++y) {
+        for (uint32_t i = 0; i < image->width * 3; ++i) {
+            row8(image.get(), y)[i] = uint8_t(pattern(i / 3 + 7 * (i % 3), y + i % 3, 256));
+        }
+    }
+    return image;
+}
+
 } // namespace TestImages

@@ -36,22 +36,12 @@ int expected(int level, int top, double gain, double offset, double gamma) {
     return int(std::clamp<long>(r, 0, top));
 }
 
-// Three 8-bit channels filled with distinct patterns.
-TestImages::Image colour8(int width, int height, uint32_t type) {
-    auto image = TestImages::make(width, height, type);
-    for (uint32_t y = 0; y < image->height; ++y)
-        for (uint32_t i = 0; i < image->width * 3; ++i)
-            row8(image.get(), y)[i] =
-                uint8_t(TestImages::pattern(i / 3 + 7 * (i % 3), y + i % 3, 256));
-    return image;
-}
-
 } // namespace
 
 TEST(CPUIPColorCorrection, AppliesPerChannelTablesInPlace) {
     Stage s;
-    auto input = colour8(7, 3, PixelType::RGB8);
-    auto copy = colour8(7, 3, PixelType::RGB8);
+    auto input = TestImages::makeColour8(7, 3, PixelType::RGB8);
+    auto copy = TestImages::makeColour8(7, 3, PixelType::RGB8);
     ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
     std::map<std::string, std::string> params{
         {"gain.r", "1.5"}, {"gain.g", "0.5"}, {"gain.b", "1"}, {"offs.b", "0.1"}, {"gamma", "1.1"}};

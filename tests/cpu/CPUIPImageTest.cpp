@@ -24,16 +24,6 @@ struct Stage {
     CPUIPImage* stage;
 };
 
-// Three 8-bit channels filled with distinct patterns.
-TestImages::Image colour8(int width, int height, uint32_t type) {
-    auto image = TestImages::make(width, height, type);
-    for (uint32_t y = 0; y < image->height; ++y)
-        for (uint32_t i = 0; i < image->width * 3; ++i)
-            row8(image.get(), y)[i] =
-                uint8_t(TestImages::pattern(i / 3 + 7 * (i % 3), y + i % 3, 256));
-    return image;
-}
-
 } // namespace
 
 TEST(CPUIPImage, BadInputsGiveTheirCodesWithoutCrashing) {
@@ -116,8 +106,10 @@ TEST(CPUIPImage, ColourConversionsToRgb8) {
                    Case{PixelType::BGR8, CPUIPImage::SwapRedBlue}, Case{PixelType::RGB8, 0}}) {
         Stage s;
         const bool mono = isIn(MONO_INDEX, c.from);
-        auto input = mono ? TestImages::makeMono(11, 3, c.from) : colour8(11, 3, c.from);
-        auto copy = mono ? TestImages::makeMono(11, 3, c.from) : colour8(11, 3, c.from);
+        auto input =
+            mono ? TestImages::makeMono(11, 3, c.from) : TestImages::makeColour8(11, 3, c.from);
+        auto copy =
+            mono ? TestImages::makeMono(11, 3, c.from) : TestImages::makeColour8(11, 3, c.from);
         auto display = TestImages::make(11, 3, PixelType::RGB8);
         ASSERT_EQ(s->Init(input.get(), display.get()), 0u);
         EXPECT_EQ(s->convertFlags, c.flags) << std::hex << c.from;
