@@ -29,6 +29,13 @@ void vformatInto(char* buffer, size_t size, char const* format, va_list args) {
         overflow();
 }
 
+// Free-form texts go through one fixed buffer, as large as any line this system writes.
+std::string vformatText(char const* format, va_list args) {
+    char buffer[TEXT_BUFFER];
+    vformatInto(buffer, sizeof(buffer), format, args);
+    return buffer;
+}
+
 void formatInto(char* buffer, size_t size, char const* format, ...)
     __attribute__((format(printf, 3, 4)));
 void formatInto(char* buffer, size_t size, char const* format, ...) {
@@ -90,24 +97,20 @@ ATTR& ATTR::operator=(std::string const& s) {
 ATTR& ATTR::add(char const* format, ...) {
     if (!format)
         return *this;
-    char buffer[TEXT_BUFFER];
     va_list args;
     va_start(args, format);
-    vformatInto(buffer, sizeof(buffer), format, args);
+    append(vformatText(format, args));
     va_end(args);
-    append(buffer);
     return *this;
 }
 
 ATTR& ATTR::fmt(char const* format, ...) {
     if (!format)
         return *this;
-    char buffer[TEXT_BUFFER];
     va_list args;
     va_start(args, format);
-    vformatInto(buffer, sizeof(buffer), format, args);
+    assign(vformatText(format, args));
     va_end(args);
-    assign(buffer);
     return *this;
 }
 
@@ -115,12 +118,10 @@ ATTR ATTR::format(char const* format, ...) {
     ATTR result;
     if (!format)
         return result;
-    char buffer[TEXT_BUFFER];
     va_list args;
     va_start(args, format);
-    vformatInto(buffer, sizeof(buffer), format, args);
+    result.assign(vformatText(format, args));
     va_end(args);
-    result.assign(buffer);
     return result;
 }
 
