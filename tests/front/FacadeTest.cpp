@@ -6,6 +6,9 @@
 #include "front/BrxDisplayImpl.h"
 #include "window/QTDViewer.h"
 
+#include <array>
+#include <cstring>
+
 #include <brx/BrxDisplay.h>
 
 #include <gtest/gtest.h>
@@ -73,6 +76,72 @@ public:
     void Shut() override {}
     bool* alive;
     QTD::ComponentImpl component;
+};
+
+// A source of one of three kinds with known pixels, and the 8-bit colour each pixel should
+// come out as: grey for Mono8 and Mono12 (its top eight of twelve bits), itself for RGB8.
+Image source(uint32_t type, int width, int height) {
+    Image image = make(width, height, type);
+    for (uint32_t y = 0; y < image->height; ++y) {
+        for (uint32_t x = 0; x < image->width; ++x) {
+            uint8_t* row = row8(image.get(), y);
+            if (type == PT::Mono12) {
+                const uint16_t v = uint16_t(value(x, y, 1) << 4 | (x & 15));
+                std::memcpy(row + 2 * x, &v, 2);
+            } else if (type == PT::RGB8) {
+                for (uint32_t c = 0; c < 3; ++c) {
+                    row[3 * x + c] = value(x, y, c + 1);
+                }
+            } else {
+                row[x] = value(x, y, 1);
+            }
+        }
+    }
+    image->imageID = 4711;
+    image->timestamp = 987654321;
+    return image;
+}
+
+std::array<uint8_t, 3> colour(uint32_t type, uint32_t x, uint32_t y) {
+    if (type == PT::RGB8) {
+        return {value(x, y, 1), value(x, y, 2), value(x, y, 3)};
+    }
+    return {value(x, y, 1), value(x, y, 1), value(x, y, 1)};
+}
+
+// Pixels of `target` that differ from what `from` should give.
+int wrongPixels(BrxImage* target, uint32_t from) {
+    int wrong = 0;
+    for (uint32_t y = 0; y < target->height; ++y) {
+        for (uint32_t x = 0; x < target->width; ++x) {
+            const auto rgb = colour(from, x, y);
+            const uint8_t* p = row8(target, y);
+            if (target->pixelType == PT::Mono8) {
+                wrong += p[x] != rgb[0] ? 1 : 0;
+            } else {
+                const bool bgr = target->pixelType == PT::BGR8;
+                for (uint32_t c = 0; c < 3; ++c) {
+                    wrong += p[3 * x + c] != rgb[bgr ? 2 - c : c] ? 1 : 0;
+                }
+            }
+        }
+    }
+    return wrong;
+}
+
+// A display set up through the flat functions, in a widget of its own.
+struct Live {
+    explicit Live(uint32_t type, int width = W, int height = H)
+        : widget(host()), handle(BrxDisplay_CreateComponent()),
+          display(dynamic_cast<BrxDisplayImpl*>(handle)->display) {
+        auto format = make(width, height, type);
+        initCode = BrxDisplay_Initialize(handle, widget.get(), "cpu", format.get());
+    }
+    ~Live() { BrxDisplay_DeleteComponent(handle); }
+    std::unique_ptr<QWidget> widget;
+    BrxDisplay* handle;
+    QTDDisplay* display;
+    uint32_t initCode;
 };
 
 } // namespace
@@ -183,4 +252,71 @@ TEST(Facade, CheckedDeletes) {
     EXPECT_TRUE(alive);
     delete stranger;
     EXPECT_FALSE(alive);
+}
+
+// The converter's image stage decides its conversion when it is made, from the first target:
+// each target type needs a converter of its own, and it never scales.
+TEST(Facade, ConvertImageThroughTheChain) {
+    const struct {
+        uint32_t from, to, result;
+    } cases[] = {{PT::Mono8, PT::RGB8, 0u},
+                 {PT::Mono8, PT::BGR8, 0u},
+                 {PT::Mono8, PT::Mono8, 0u},
+                 {PT::Mono12, PT::RGB8, 0u},
+                 {PT::Mono12, PT::BGR8, 0u},
+                 {PT::Mono12, PT::Mono8, 0u},
+                 {PT::RGB8, PT::RGB8, 0u},
+                 {PT::RGB8, PT::BGR8, 0u},
+                 // Colour to grey is no conversion of the stage: it plans a copy of RGB8, which
+                 // does not fit a Mono8 target.
+                 {PT::RGB8, PT::Mono8, 0x80FF0001u}};
+    for (auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.from << " to " << c.to);
+        Live live(c.from);
+        ASSERT_EQ(live.initCode, 0u);
+        auto in = source(c.from, W, H);
+        auto out = make(W, H, c.to);
+        ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), out.get()), c.result);
+        if (c.result == 0) {
+            EXPECT_EQ(wrongPixels(out.get(), c.from), 0);
+            EXPECT_EQ(out->imageID, 4711u);
+            EXPECT_EQ(out->timestamp, 987654321u);
+        } else {
+            EXPECT_EQ(out->imageID, 0u);
+        }
+    }
+}
+
+TEST(Facade, ConvertImageKeepsItsFirstTargetUntilRebuilt) {
+    Live live(PT::RGB8);
+    ASSERT_EQ(live.initCode, 0u);
+    auto in = source(PT::RGB8, W, H);
+    auto rgb = make(W, H, PT::RGB8);
+    ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), rgb.get()), 0u);
+
+    // Same size, another type: the sizes pass, the image stage then refuses a target of
+    // another byte count, or fills one of the same count the way it was planned for.
+    auto grey = make(W, H, PT::Mono8);
+    EXPECT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), grey.get()), 0x80FF0001u);
+    auto bgr = make(W, H, PT::BGR8);
+    ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), bgr.get()), 0u);
+    bgr->pixelType = PT::RGB8;
+    EXPECT_EQ(wrongPixels(bgr.get(), PT::RGB8), 0);
+
+    // Another size: code 7 from the controller; the facade's new converter is made for it, but
+    // the image stage does not scale.
+    auto small = make(W / 2, H / 2, PT::RGB8);
+    EXPECT_EQ(live.display->ConvertImage(in.get(), small.get()), QTD::Procs::statusWord(7));
+    EXPECT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), small.get()), 0x80FF0001u);
+    // Back to the first size: the facade's retry rebuilds the converter once more.
+    ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), rgb.get()), 0u);
+    EXPECT_EQ(wrongPixels(rgb.get(), PT::RGB8), 0);
+
+    // A new set-up drops the converter: the new size converts in one call to the controller.
+    auto format = make(W / 2, H / 2, PT::Mono8);
+    ASSERT_EQ(live.handle->SetVideoMode(format.get(), "cpu"), 0u);
+    EXPECT_EQ(live.display->converter, nullptr);
+    auto smallIn = source(PT::Mono8, W / 2, H / 2);
+    EXPECT_EQ(live.display->ConvertImage(smallIn.get(), small.get()), 0u);
+    EXPECT_EQ(wrongPixels(small.get(), PT::Mono8), 0);
 }
