@@ -5,6 +5,7 @@
 
 #include "front/BrxDisplayImpl.h"
 #include "window/QTDViewer.h"
+#include "window/QTDWindow.h"
 
 #include <array>
 #include <cstring>
@@ -13,9 +14,11 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
 #include <vector>
 
 using namespace FrontTest;
+using Map = std::map<std::string, std::string>;
 
 namespace {
 
@@ -232,13 +235,120 @@ TEST(Facade, ConvertImageRetriesOnceWithANewConverter) {
     }
 }
 
-TEST(Facade, DisplayImageIsNotSupportedAndNullImagesAreNoError) {
+TEST(Facade, DisplayImageIsNotSupported) {
     BrxDisplay* handle = BrxDisplay_CreateComponent();
     auto image = makeMono8(W, H, 1);
     EXPECT_EQ(BrxDisplay_DisplayImage(handle, image.get(), "still"), 0x80FF0003u);
     EXPECT_EQ(BrxDisplay_DisplayImage(handle, nullptr, nullptr), 0x80FF0003u);
-    EXPECT_EQ(BrxDisplay_DisplayVideo(handle, nullptr), 0u);
     BrxDisplay_DeleteComponent(handle);
+}
+
+// Refused or dropped, a bad image leaves the last good one on the window and the display
+// working. Geometry is checked before size: a zero width whose bytes fit the buffer is "other
+// geometry" (8); one whose bytes do not is a bad image (7). Bytes beyond the buffer are dropped
+// without a word.
+TEST(Facade, BadImagesChangeNothingOnScreen) {
+    Live live(PT::Mono8);
+    ASSERT_EQ(live.initCode, 0u);
+    auto processed = [&] { return long(live.display->processedCounter.frames.load()); };
+    auto good = makeMono8(W, H, 3);
+    ASSERT_EQ(BrxDisplay_DisplayVideo(live.handle, good.get()), 0u);
+    ASSERT_TRUE(pumpUntil([&] { return processed() == 1; }));
+    BrxImage* shown = live.display->getWindow()->currentImage();
+    ASSERT_NE(shown, nullptr);
+
+    auto zeroWide = makeMono8(W, H, 9);
+    zeroWide->width = 0;
+    auto zeroWideBig = makeMono8(2 * W, H, 9);
+    zeroWideBig->width = 0;
+    auto noData = makeMono8(W, H, 9);
+    void* const data = noData->imageData;
+    noData->imageData = nullptr;
+    auto narrower = makeMono8(W / 2, H, 9);
+    auto wider = makeMono8(2 * W, H, 9);
+    auto tooMany = makeMono8(W, H, 9);
+    tooMany->imageSize *= 2;
+    const struct {
+        const char* what;
+        BrxImage* image;
+        uint32_t result;
+    } cases[] = {{"zero width, fitting", zeroWide.get(), 0x80FF0008u},
+                 {"zero width, too large", zeroWideBig.get(), 0x80FF0007u},
+                 {"no data", noData.get(), 0x80FF0007u},
+                 {"other geometry", narrower.get(), 0x80FF0008u},
+                 {"larger geometry", wider.get(), 0u},
+                 {"larger imageSize", tooMany.get(), 0u}};
+    for (auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(BrxDisplay_DisplayVideo(live.handle, c.image), c.result);
+        pump(5);
+        EXPECT_EQ(processed(), 1);
+        EXPECT_EQ(live.display->getWindow()->currentImage(), shown);
+        EXPECT_EQ(shown->imageID, 3u);
+    }
+    noData->imageData = data;
+
+    // Set-ups without a usable format change nothing either.
+    auto flat = make(W, H, PT::Mono8);
+    flat->height = 0;
+    EXPECT_EQ(BrxDisplay_Initialize(live.handle, live.widget.get(), "cpu", nullptr), 0x80FF0007u);
+    EXPECT_EQ(live.handle->SetVideoMode(flat.get(), "cpu"), 0x80FF0007u);
+    // Conversions: a missing source never fits (7, retried); a missing target leaves no
+    // converter to be made (8).
+    auto target = make(W, H, PT::RGB8);
+    EXPECT_EQ(BrxDisplay_ConvertImage(live.handle, nullptr, target.get()), 0x80FF0007u);
+    EXPECT_EQ(BrxDisplay_ConvertImage(live.handle, good.get(), nullptr), 0x80FF0008u);
+
+    auto next = makeMono8(W, H, 4);
+    ASSERT_EQ(BrxDisplay_DisplayVideo(live.handle, next.get()), 0u);
+    ASSERT_TRUE(pumpUntil([&] { return processed() == 2; }));
+    EXPECT_EQ(live.display->getWindow()->currentImage()->imageID, 4u);
+    // Null stops showing and is no error.
+    EXPECT_EQ(BrxDisplay_DisplayVideo(live.handle, nullptr), 0u);
+    EXPECT_EQ(live.display->getWindow()->currentImage(), nullptr);
+}
+
+// Numbers read from command parameters raise the standard conversion errors to the caller;
+// an empty text reads as 0. The locks the commands took are free again afterwards.
+TEST(Facade, BadNumbersInCommandParametersRaise) {
+    Live live(PT::Mono8);
+    ASSERT_EQ(live.initCode, 0u);
+    enum Raises { Nothing, Invalid, OutOfRange };
+    const struct {
+        const char* command;
+        Map params;
+        Raises raises;
+    } cases[] = {
+        {"cmd.display.view.zoom.in", {{"zoom.coef", "much"}}, Invalid},
+        {"cmd.display.view.zoom.out", {{"zoom.coef", ""}}, Nothing},
+        {"cmd.display.view.fit", {{"mode", "fit"}}, Invalid},
+        {"cmd.display.view.fit", {{"mode", "99999999999"}}, OutOfRange},
+        {"cmd.display.view.scale", {{"scale", "1e999"}}, OutOfRange},
+        {"cmd.display.view.at", {{"pos.x", "left"}, {"pos.y", "0"}}, Invalid},
+        {"cmd.display.view.translate", {{"pos.x", "1"}, {"pos.y", "-"}}, Invalid},
+        {"cmd.parameter.set", {{"name", "image.notification.flags.set"}, {"value", "on"}}, Invalid},
+        {"cmd.parameter.set",
+         {{"name", "image.notification.flags.clear"}, {"value", "4294967296"}},
+         OutOfRange},
+    };
+    for (auto c : cases) {
+        SCOPED_TRACE(testing::Message() << c.command << " " << c.params.begin()->second);
+        auto run = [&] { return live.display->RunCommandParams(c.command, &c.params); };
+        if (c.raises == Invalid) {
+            EXPECT_THROW(run(), std::invalid_argument);
+        } else if (c.raises == OutOfRange) {
+            EXPECT_THROW(run(), std::out_of_range);
+        } else {
+            EXPECT_NO_THROW(run());
+        }
+    }
+    std::thread other([&] {
+        EXPECT_TRUE(live.display->setupLock.try_lock());
+        live.display->setupLock.unlock();
+        EXPECT_TRUE(live.display->componentLock().try_lock());
+        live.display->componentLock().unlock();
+    });
+    other.join();
 }
 
 TEST(Facade, CheckedDeletes) {
