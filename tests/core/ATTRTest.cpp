@@ -1,53 +1,37 @@
+// Attribute texts and the property bags built of them.
 #include "core/ATTR.h"
+#include "core/PROPERTIES.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <stdexcept>
+#include <thread>
 
 using QTD::ATTR;
+using QTD::PROPERTIES;
 
-TEST(ATTR, NullAndEmbeddedZeroEndTheText) {
+TEST(ATTR, TextForms) {
     EXPECT_EQ(ATTR(static_cast<char const*>(nullptr)), "");
     EXPECT_EQ(ATTR(std::string("ab\0cd", 5)), "ab");
-}
-
-TEST(ATTR, NumberTextForms) {
-    EXPECT_EQ(ATTR(2), "2");
     EXPECT_EQ(ATTR(-17), "-17");
-    EXPECT_EQ(ATTR(1234567890123L), "1234567890123");
     EXPECT_EQ(ATTR(1.5), "1.500000");
     EXPECT_EQ(ATTR(-0.25), "-0.250000");
-    EXPECT_EQ(ATTR(true), "1");
-    EXPECT_EQ(ATTR(false), "0");
     EXPECT_EQ(ATTR(255, "%02X"), "FF");
-}
-
-TEST(ATTR, PointerTextRoundTrip) {
     int x = 0;
     for (void* p : {static_cast<void*>(&x), static_cast<void*>(nullptr)}) {
         char expected[64];
         std::snprintf(expected, sizeof(expected), "%p", p);
-        ATTR text(p);
-        EXPECT_EQ(text, expected);
-        EXPECT_EQ(text.as<void*>(), p);
+        EXPECT_EQ(ATTR(p), expected);
+        EXPECT_EQ(ATTR(p).as<void*>(), p);
     }
     EXPECT_EQ(ATTR("not a pointer").as<void*>(), nullptr);
-    EXPECT_EQ(ATTR("").as<void*>(), nullptr);
 }
 
-TEST(ATTR, NumberReaders) {
+TEST(ATTR, NumberReadersAndTheirUncaughtExceptions) {
     EXPECT_EQ(ATTR("").as<int>(), 0);
     EXPECT_EQ(ATTR("  -42xyz").as<int>(), -42);
     EXPECT_EQ(ATTR("1.500000").as<int>(), 1);
-    EXPECT_EQ(ATTR("9000000000").as<long>(), 9000000000L);
-    EXPECT_DOUBLE_EQ(ATTR("").as<double>(), 0.0);
-    EXPECT_DOUBLE_EQ(ATTR("2.5e1").as<double>(), 25.0);
-    EXPECT_TRUE(ATTR("7").as<bool>());
-    EXPECT_FALSE(ATTR("").as<bool>());
-}
-
-TEST(ATTR, NumberReadersLeaveStandardExceptionsUncaught) {
     EXPECT_THROW(ATTR("abc").as<int>(), std::invalid_argument);
     EXPECT_THROW(ATTR("abc").as<bool>(), std::invalid_argument);
     EXPECT_THROW(ATTR("x").as<long>(), std::invalid_argument);
@@ -60,8 +44,6 @@ TEST(ATTR, NumberReadersLeaveStandardExceptionsUncaught) {
 TEST(ATTR, ComparingAndSplitting) {
     EXPECT_TRUE(ATTR("abc").same("ABC", true));
     EXPECT_FALSE(ATTR("abc").same("ABC", false));
-    EXPECT_FALSE(ATTR("").same(""));
-    EXPECT_TRUE(ATTR("cmd.display.view").samel("cmd.display"));
     EXPECT_FALSE(ATTR("cm").samel("cmd", 3));
     ATTR out("untouched");
     EXPECT_FALSE(ATTR("a;b").split(out, -1, ";"));
@@ -72,4 +54,60 @@ TEST(ATTR, ComparingAndSplitting) {
     EXPECT_EQ(out, "");
     // Without a delimiter it is the last byte.
     EXPECT_EQ(ATTR("1;2;3;").split(2, nullptr), "3");
+}
+
+TEST(PROPERTIES, ReplaceRuleInsertionOrderEmptyKeysAndFallbacks) {
+    PROPERTIES bag;
+    bool done = false;
+    bag.set("b", "1", false, &done);
+    EXPECT_TRUE(done);
+    bag.set("b", "2", false, &done);
+    EXPECT_FALSE(done);
+    EXPECT_EQ(bag.get("b"), "1");
+    bag.set("a", "2", true);
+    bag.set("c", "3", true);
+    bag.set("b", "9", true, &done);
+    EXPECT_TRUE(done);
+    EXPECT_EQ(bag.text(false), "b=9 a=2 c=3");
+    EXPECT_EQ(bag.text(true, ";"), "b=\"9\";a=\"2\";c=\"3\"");
+    EXPECT_EQ(bag.get("B", "none"), "none");
+    // An empty key stores nothing and leaves `done` alone.
+    for (char const* key : {"", static_cast<char const*>(nullptr)}) {
+        for (bool before : {false, true}) {
+            done = before;
+            bag.set(key, "1", true, &done);
+            EXPECT_EQ(done, before);
+        }
+    }
+    EXPECT_EQ(bag.count(), 3);
+
+    bag.set("e", "", true);
+    EXPECT_EQ(bag.getAs<int>("missing", "7"), 7);
+    EXPECT_THROW(bag.getAs<int>("missing", "abc"), std::invalid_argument);
+    // A stored empty value is read, not replaced by the fallback.
+    EXPECT_DOUBLE_EQ(bag.getAs<double>("e", "3.0"), 0.0);
+}
+
+TEST(PROPERTIES, MergingFromAnotherBagAndUnlockingOnThrow) {
+    PROPERTIES target;
+    target.set("a", "1", true);
+    PROPERTIES source;
+    source.set("a", "2", true);
+    source.set("b", "3", true);
+    source.rows.push_back({"", "skipped"});
+    target.set(&source, false);
+    EXPECT_EQ(target.text(false), "a=1 b=3");
+    target.set(&source, true);
+    EXPECT_EQ(target.text(false), "a=2 b=3");
+
+    EXPECT_THROW(target.importData(&source, 0, 4), std::out_of_range);
+    // The locks are released: another thread can take them (the guards are recursive).
+    for (PROPERTIES* bag : {&target, &source}) {
+        bool free = false;
+        std::thread([bag, &free] {
+            if ((free = bag->guard.try_lock()))
+                bag->guard.unlock();
+        }).join();
+        EXPECT_TRUE(free);
+    }
 }

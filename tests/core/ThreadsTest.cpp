@@ -1,47 +1,82 @@
+// The thread wrappers, locks, double buffer, rate counter and messenger, alone and then all at
+// once for a bounded time (Stress: meant to run clean under ThreadSanitizer too).
 #include "core/QTDUtils.h"
 #include "core/QTDUtilsCounter.h"
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <QTimer>
-
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <thread>
+#include <vector>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Map = std::map<std::string, std::string>;
+using Delivery = std::pair<std::string, Map>;
 
-template <typename Pred> bool eventually(Pred pred, int ms = 2000) {
-    auto const end = Clock::now() + std::chrono::milliseconds(ms);
-    while (Clock::now() < end) {
-        if (pred())
-            return true;
+bool eventually(std::function<bool()> pred) {
+    auto const end = Clock::now() + std::chrono::seconds(2);
+    while (!pred() && Clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
     return pred();
 }
 
 // Counts its calls; stepping ends once `stopAfter` steps have run (0: never).
-class CountingThread : public QTD::Thread {
-public:
+struct CountingThread : QTD::Thread {
     explicit CountingThread(int stopAfter = 0, bool init = true)
-        : Thread("counting"), stopAfter(stopAfter), init(init) {}
+        : stopAfter(stopAfter), init(init) {}
     ~CountingThread() override { shut(); }
     bool initialize() override { return init; }
-    bool doStep() override {
-        ++steps;
-        return stopAfter > 0 && steps >= stopAfter;
-    }
+    bool doStep() override { return ++steps >= stopAfter && stopAfter > 0; }
     void finalize() override { ++finalized; }
-
     int const stopAfter;
     bool const init;
     std::atomic<int> steps{0};
     std::atomic<int> finalized{0};
+};
+
+// Records what reaches it, from any thread, then writes "seen.<result>" into the map it got.
+// With `redirect` it hands every command to that one instead; with `echo` it posts again there
+// from within each "notification.a".
+struct Receiver : BrxDisplayCommand {
+    explicit Receiver(int result) : result(result) {}
+    BrxDisplayCommand* GetCommandProcessor(char const*) override {
+        return redirect ? redirect : this;
+    }
+    int RunCommandParams(char const* command, Map* params) override {
+        size_t n = 0;
+        {
+            std::lock_guard<std::mutex> hold(mutex);
+            deliveries.push_back({command, params ? *params : Map()});
+            n = deliveries.size();
+        }
+        if (params)
+            (*params)["seen." + std::to_string(result)] = "1";
+        Map p{{"e", std::to_string(n)}};
+        if (echo && std::strcmp(command, "notification.a") == 0)
+            echo->postCommandParams("notification.echo", &p);
+        return result;
+    }
+    std::vector<Delivery> taken() {
+        std::lock_guard<std::mutex> hold(mutex);
+        return deliveries;
+    }
+    long count(std::string const& command) {
+        auto const all = taken();
+        return std::count_if(all.begin(), all.end(),
+                             [&](Delivery const& d) { return d.first == command; });
+    }
+    int const result;
+    BrxDisplayCommand* redirect = nullptr;
+    QTD::Messenger* echo = nullptr;
+    std::mutex mutex;
+    std::vector<Delivery> deliveries;
 };
 
 } // namespace
@@ -74,71 +109,27 @@ TEST(Thread, StartStepsStopAndRestart) {
     EXPECT_EQ(endless.exitCode, 42);
 }
 
-TEST(Thread, WaitPumpsEvents) {
-    int fired = 0;
-    QTimer::singleShot(0, qApp, [&] { ++fired; });
-    QTD::Thread::Wait(1, 1);
-    EXPECT_EQ(fired, 1);
-    // With `every` only one call in `every` waits: of 3 consecutive calls one pumps.
-    QTimer::singleShot(0, qApp, [&] { ++fired; });
-    for (int i = 0; i < 3; ++i)
-        QTD::Thread::Wait(1, 3);
-    EXPECT_EQ(fired, 2);
-}
-
-TEST(Locks, DestructorWaitsForHolder) {
-    { QTD::AutoLock none(static_cast<std::mutex*>(nullptr), "site"); }
-
-    auto* m = new QTD::Mutex;
-    std::atomic<bool> held{false};
-    std::atomic<bool> released{false};
-    std::thread holder([&] {
-        m->lock();
-        held = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        released = true;
-        m->unlock();
-    });
-    while (!held)
-        std::this_thread::yield();
-    delete m;
-    EXPECT_TRUE(released);
-    holder.join();
-}
-
-TEST(DoubleBuffer, InitSizeRules) {
+TEST(DoubleBuffer, SizeRuleAndBoundedPuts) {
+    { QTD::AutoLock none(static_cast<std::mutex*>(nullptr), "a null lock is ignored"); }
     QTD::DoubleBuffer b;
     EXPECT_FALSE(b.init(0));
     EXPECT_EQ(b.size, 0);
     ASSERT_TRUE(b.init(8));
     char* first = b.buffers[0];
     EXPECT_EQ(std::memcmp(first, "\0\0\0\0\0\0\0\0", 8), 0);
-    EXPECT_FALSE(b.init(0));
     EXPECT_FALSE(b.init(-5));
     EXPECT_EQ(b.size, 8);
     EXPECT_EQ(b.buffers[0], first);
-    b.shut();
-    EXPECT_EQ(b.size, 0);
-    EXPECT_EQ(b.buffers[0], nullptr);
-}
 
-TEST(DoubleBuffer, PutSwapAndCounts) {
-    QTD::DoubleBuffer b;
-    ASSERT_TRUE(b.init(8));
     // Only a write at offset 0 counts as a new fill; writes that do not fit, or without data,
     // do nothing.
-    struct Put {
-        char const* data;
-        int size, offset;
-    };
-    for (Put put : {Put{"abcd", 4, 0},
-                    {"wxyz", 4, 4},
-                    {"123456789", 9, 0},
-                    {"12", 2, 7},
-                    {"12", 2, -1},
-                    {"12", -2, 0},
-                    {nullptr, 2, 0}})
-        b.put(put.data, put.size, put.offset);
+    b.put("abcd", 4, 0);
+    b.put("wxyz", 4, 4);
+    for (int offset : {7, -1})
+        b.put("12", 2, offset);
+    b.put("123456789", 9, 0);
+    b.put("12", -2, 0);
+    b.put(nullptr, 2, 0);
     EXPECT_EQ(b.count[1], 1);
     EXPECT_EQ(std::memcmp(b.buffers[1], "abcdwxyz", 8), 0);
     b.swap();
@@ -163,4 +154,137 @@ TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
     c.count(true);
     EXPECT_EQ(c.fps, 0.0);
     EXPECT_EQ(c.frames, 1);
+}
+
+TEST(Messenger, SendCallsEveryReceiverOnceWithOneMapAndOrsResults) {
+    // Receivers outlive the messenger, whose thread may still be delivering while it goes; it
+    // lives on the heap, so that ThreadSanitizer sees its locks go away with it.
+    Receiver first(1), second(4), redirect(0x100);
+    redirect.redirect = &second;
+    auto m = std::make_unique<QTD::Messenger>();
+    m->addCommandProcessor(&first).addCommandProcessor(&first).addCommandProcessor(nullptr);
+    m->addCommandProcessor(&redirect);
+    EXPECT_EQ(m->receivers.size(), 2u);
+    m->props()->set("shared", "common", true);
+    m->props()->set("a", "from-common", true);
+    Map params{{"a", "1"}, {"b", "2"}};
+    EXPECT_EQ(m->sendCommandParams("notification.view", &params), 5);
+    EXPECT_EQ(first.taken(),
+              (std::vector<Delivery>{{"notification.view",
+                                      {{"a", "from-common"}, {"b", "2"}, {"shared", "common"}}}}));
+    // The second receiver sees what the first wrote into the map; the caller's map is untouched.
+    ASSERT_EQ(second.taken().size(), 1u);
+    EXPECT_EQ(second.taken()[0].second.count("seen.1"), 1u);
+    EXPECT_EQ(params, (Map{{"a", "1"}, {"b", "2"}}));
+}
+
+TEST(Messenger, PostsMergeByNameNewestWinsNamesGoInOrderAndWaitForAReceiver) {
+    Receiver first(1), second(4);
+    auto m = std::make_unique<QTD::Messenger>();
+    m->props()->set("c", "common", true);
+    Map b{{"k", "b"}};
+    Map a1{{"x", "1"}, {"c", "mine"}};
+    Map a2{{"x", "2"}, {"y", "3"}};
+    EXPECT_EQ(m->postCommandParams(nullptr, &b), 0);
+    EXPECT_EQ(m->postCommandParams("", &b), 0);
+    m->postCommandParams("notification.b", &b);
+    m->postCommandParams("notification.a", &a1);
+    EXPECT_EQ(m->postCommandParams("notification.a", &a2), 1);
+    EXPECT_EQ(m->pending.groups.size(), 2u);
+    EXPECT_FALSE(m->running);
+
+    m->addCommandProcessor(&first);
+    ASSERT_TRUE(eventually([&] { return first.taken().size() == 2; }));
+    EXPECT_EQ(first.taken(),
+              (std::vector<Delivery>{{"notification.a", {{"c", "common"}, {"x", "2"}, {"y", "3"}}},
+                                     {"notification.b", {{"c", "common"}, {"k", "b"}}}}));
+    ASSERT_TRUE(eventually([&] {
+        std::lock_guard<std::mutex> hold(m->pending.guard);
+        return m->pending.groups.empty();
+    }));
+    // Removing the last receiver stops the thread.
+    m->addCommandProcessor(&second);
+    EXPECT_EQ(m->delCommandProcessor(&first), 1);
+    EXPECT_TRUE(m->running);
+    m->delCommandProcessor(&second);
+    EXPECT_TRUE(eventually([&] { return !m->running; }));
+}
+
+// Six threads at once for a quarter of a second: three posters, a sender with a receiver that
+// comes and goes, and a writer and a reader of a double buffer. All of them take a plain lock
+// and a recursive one twice.
+TEST(Stress, LocksMessengerAndDoubleBufferAtOnce) {
+    Receiver poster(1), comesAndGoes(2);
+    // On the heap, so that ThreadSanitizer sees their locks go away with them.
+    auto m = std::make_unique<QTD::Messenger>();
+    poster.echo = m.get();
+    m->addCommandProcessor(&poster);
+    constexpr int SIZE = 64 * 1024;
+    QTD::DoubleBuffer buffer;
+    ASSERT_TRUE(buffer.init(SIZE));
+    std::vector<char> frame(SIZE);
+    QTD::Mutex plain;
+    QTD::RMutex recursive;
+    long counters[3] = {0, 0, 0}, frames = 0, framesRead = 0, locked = 0;
+    std::atomic<long> sent{0}, done{0};
+    std::atomic<bool> torn{false};
+    auto body = [&](int t) {
+        if (t < 3) {
+            Map p{{"v" + std::to_string(t), std::to_string(++counters[t])}};
+            m->postCommandParams(counters[t] % 2 ? "notification.a" : "notification.b", &p);
+        } else if (t == 3) {
+            m->addCommandProcessor(&comesAndGoes);
+            Map p{{"x", "1"}};
+            sent += (m->sendCommandParams("direct", &p) & 2) != 0;
+            m->delCommandProcessor(&comesAndGoes);
+        } else if (t == 4) {
+            // A frame goes in as two pieces under the swap lock, as the display does.
+            std::memset(frame.data(), ++frames % 255 + 1, SIZE);
+            QTD::AutoLock hold(&buffer.writeGuard);
+            buffer.put(frame.data(), SIZE / 2, 0);
+            buffer.put(frame.data() + SIZE / 2, SIZE / 2, SIZE / 2);
+        } else {
+            buffer.swap();
+            QTD::AutoLock hold(&buffer.readGuard);
+            // All bytes alike: each equals the next.
+            if (buffer.count[buffer.active] != 0) {
+                char const* data = buffer.buffers[buffer.active];
+                torn = torn || std::memcmp(data, data + 1, SIZE - 1) != 0;
+                ++framesRead;
+            }
+        }
+        {
+            QTD::AutoLock hold(&plain);
+            QTD::AutoLock outer(&recursive, "outer");
+            QTD::AutoLock inner(&recursive, "inner");
+            ++locked;
+        }
+        ++done;
+    };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 6; ++t)
+        threads.emplace_back([&body, t] {
+            for (auto const end = Clock::now() + std::chrono::milliseconds(250);
+                 Clock::now() < end;)
+                body(t);
+        });
+    for (auto& t : threads)
+        t.join();
+    // The receivers go before the messenger does.
+    m->shut();
+    EXPECT_EQ(locked, done.load());
+    EXPECT_FALSE(torn);
+    EXPECT_GT(framesRead, 0);
+    // A poster's values never go backwards in the merged notifications.
+    std::map<std::string, long> lastSeen;
+    for (auto const& d : poster.taken()) {
+        for (auto const& kv : d.second) {
+            long const v = std::stol(kv.second);
+            EXPECT_GE(v, lastSeen[d.first + kv.first]) << d.first << " " << kv.first;
+            lastSeen[d.first + kv.first] = v;
+        }
+    }
+    EXPECT_GT(poster.count("notification.a"), 0);
+    EXPECT_GT(sent, 0);
+    EXPECT_GE(comesAndGoes.count("direct"), sent);
 }
