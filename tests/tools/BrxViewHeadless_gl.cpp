@@ -9,7 +9,6 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <regex>
@@ -38,21 +37,11 @@ bool isBackground(QRgb c) {
            std::abs(qBlue(c) - 0xC0) <= 2;
 }
 
-using Bars = std::array<uint32_t, 8>;
-
-const Bars& sceneBars() {
-    static const Bars bars = [] {
-        Bars b;
-        std::copy(SyntheticScene::barColours, SyntheticScene::barColours + 8, b.begin());
-        return b;
-    }();
-    return bars;
-}
-
 // Runs the viewer headless on the camera in `format` and checks the figures, and that the
 // picture's colour bars show as `bars`. `environment` goes before the command, `options` after.
 void checkHeadlessRun(const std::string& environment, const char* format,
-                      const std::string& options = "", const Bars& bars = sceneBars()) {
+                      const std::string& options = "",
+                      const uint32_t* bars = SyntheticScene::barColours) {
     SCOPED_TRACE(std::string(format) + " " + options);
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
@@ -101,7 +90,7 @@ void checkHeadlessRun(const std::string& environment, const char* format,
         SCOPED_TRACE(bar);
         const int x = picture.left() + (2 * bar + 1) * picture.width() / 16;
         const QColor seen = image.pixelColor(x, y);
-        const uint32_t c = bars[size_t(bar)];
+        const uint32_t c = bars[bar];
         EXPECT_NEAR(seen.red(), int(c >> 16), 24);
         EXPECT_NEAR(seen.green(), int((c >> 8) & 0xFF), 24);
         EXPECT_NEAR(seen.blue(), int(c & 0xFF), 24);
@@ -120,11 +109,12 @@ TEST(BrxViewHeadless, ShowsTheCameraOnQtsOffscreenPlatform) {
 
 TEST(BrxViewHeadless, ColourCorrectionAndExposureColorationReachTheScreen) {
     // Half the red gain: full red shows at half level.
-    checkHeadlessRun(
-        "", "RGB8", "--gains 0.5,1,1",
-        {0x80FFFF, 0x80FF00, 0x00FFFF, 0x00FF00, 0x8000FF, 0x800000, 0x0000FF, 0x000000});
+    const uint32_t halfRed[] = {0x80FFFF, 0x80FF00, 0x00FFFF, 0x00FF00,
+                                0x8000FF, 0x800000, 0x0000FF, 0x000000};
+    checkHeadlessRun("", "RGB8", "--gains 0.5,1,1", halfRed);
     // The coloration paints white (over-exposed) red and black (under-exposed) green.
-    Bars painted = sceneBars();
+    uint32_t painted[8];
+    std::copy(SyntheticScene::barColours, SyntheticScene::barColours + 8, painted);
     painted[0] = 0xFF0000;
     painted[7] = 0x00FF00;
     checkHeadlessRun("", "RGB8", "--coloration", painted);
