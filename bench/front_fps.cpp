@@ -1,0 +1,182 @@
+// Frames per second through the whole CPU display: a camera thread offers two pre-filled
+// frames in turn as fast as ProcessImage takes them, while this thread runs the event loop that
+// runs the chain and paints the window. Each case runs for BRX_FPS_SECONDS (10 by default) in a
+// single iteration and reports rates as counters:
+//   offered/s    frames handed to ProcessImage
+//   processed/s  frames through the chain
+//   shown/s      frames painted by the display's window (update requests on an exposed window)
+//   dropped      1 - processed / offered: frames overwritten in the double buffer
+//   memcpy/s     plain copies of one frame's bytes per second, on this machine in this run
+//   vs_memcpy    processed/s against memcpy/s
+
+#include "front/QTDDisplay.h"
+#include "image/ColorModelDescription.h"
+#include "image/QTDImageHelpers.h"
+#include "window/QTDWindow.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QWidget>
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Image = QTDImageHelpers::ImagePtr;
+
+double seconds() {
+    const char* text = std::getenv("BRX_FPS_SECONDS");
+    const double value = text != nullptr ? std::atof(text) : 0.0;
+    return value > 0.0 ? value : 10.0;
+}
+
+double since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Counts the frames the window really paints: it renders on each update request while exposed.
+class PaintCounter : public QObject {
+public:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        auto* window = static_cast<QWindow*>(watched);
+        if (event->type() == QEvent::UpdateRequest && window->isExposed()) {
+            ++painted;
+        }
+        return false;
+    }
+    std::atomic<long> painted{0};
+};
+
+Image frame(int width, int height, uint32_t type, unsigned seed) {
+    Image image(QTDImageHelpers::imageCreateImage(nullptr, width, height, type));
+    const bool wide = image->bitsPerChannel > 8;
+    for (uint32_t y = 0; y < image->height; ++y) {
+        auto* row = static_cast<uint8_t*>(image->imageData) + size_t(y) * image->stride;
+        for (uint32_t x = 0; x < image->width; ++x) {
+            const unsigned v = (x * 3 + y * 5 + seed * 101) & 0xFFF;
+            if (wide) {
+                const uint16_t sample = uint16_t(v);
+                std::memcpy(row + 2 * x, &sample, 2);
+            } else {
+                row[x] = uint8_t(v);
+            }
+        }
+    }
+    image->imageID = seed;
+    return image;
+}
+
+// Copies of one frame's bytes per second, for the same length of time as the display ran, at
+// most one second.
+double memcpyRate(size_t bytes, double duration) {
+    std::vector<char> source(bytes, 77);
+    std::vector<char> target(bytes + 96);
+    const double limit = duration < 1.0 ? duration : 1.0;
+    long copies = 0;
+    const auto start = Clock::now();
+    do {
+        std::memcpy(target.data(), source.data(), bytes);
+        benchmark::DoNotOptimize(target.data());
+        benchmark::ClobberMemory();
+        ++copies;
+    } while (since(start) < limit);
+    return double(copies) / since(start);
+}
+
+void displayFps(benchmark::State& state, uint32_t type) {
+    const int width = int(state.range(0));
+    const int height = int(state.range(1));
+    const double duration = seconds();
+    QWidget host;
+    host.resize(800, 600);
+    host.show();
+    QTDDisplay display(&host, false);
+    Image frames[2] = {frame(width, height, type, 1), frame(width, height, type, 2)};
+    if (display.Init(frames[0].get()) != 0 || display.getWindow() == nullptr) {
+        state.SkipWithError("display set-up failed");
+        return;
+    }
+    PaintCounter counter;
+    display.getWindow()->installEventFilter(&counter);
+    // Let the window be exposed and laid out before counting.
+    const auto settle = Clock::now();
+    while (since(settle) < 0.3) {
+        QCoreApplication::processEvents();
+    }
+
+    for (auto _ : state) {
+        std::atomic<bool> stop{false};
+        std::atomic<long> offered{0};
+        std::atomic<long> refused{0};
+        const long processedBefore = long(display.processedCounter.frames.load());
+        const long paintedBefore = counter.painted.load();
+        const auto start = Clock::now();
+        std::thread camera([&] {
+            for (unsigned n = 0; !stop.load(std::memory_order_relaxed); ++n) {
+                if (display.ProcessImage(frames[n & 1].get()) != 0) {
+                    ++refused;
+                }
+                ++offered;
+            }
+        });
+        while (since(start) < duration) {
+            QCoreApplication::processEvents();
+        }
+        stop = true;
+        camera.join();
+        const double elapsed = since(start);
+        // What was offered last may still be on its way: take it, uncounted.
+        const auto drain = Clock::now();
+        while (since(drain) < 0.1) {
+            QCoreApplication::processEvents();
+        }
+        const double processed =
+            double(long(display.processedCounter.frames.load()) - processedBefore);
+        const double shown = double(counter.painted.load() - paintedBefore);
+        state.SetIterationTime(elapsed);
+        if (refused.load() != 0) {
+            state.SkipWithError("frames refused");
+        }
+        const double offeredRate = double(offered.load()) / elapsed;
+        const double processedRate = processed / elapsed;
+        const double copies = memcpyRate(frames[0]->imageSize, duration);
+        state.counters["offered/s"] = offeredRate;
+        state.counters["processed/s"] = processedRate;
+        state.counters["shown/s"] = shown / elapsed;
+        state.counters["dropped"] = offeredRate > 0.0 ? 1.0 - processedRate / offeredRate : 0.0;
+        state.counters["memcpy/s"] = copies;
+        state.counters["vs_memcpy"] = copies > 0.0 ? processedRate / copies : 0.0;
+    }
+    display.getWindow()->removeEventFilter(&counter);
+}
+
+void mono8(benchmark::State& state) {
+    displayFps(state, QTD::PixelType::Mono8);
+}
+
+void mono12(benchmark::State& state) {
+    displayFps(state, QTD::PixelType::Mono12);
+}
+
+} // namespace
+
+BENCHMARK(mono8)
+    ->Args({1920, 1200})
+    ->Args({4096, 3000})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
+BENCHMARK(mono12)
+    ->Args({1920, 1200})
+    ->Args({4096, 3000})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
