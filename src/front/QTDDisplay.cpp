@@ -1122,7 +1122,11 @@ bool QTDDisplay::DelOverlayObject(const char* id) {
     if (!showing()) {
         return false;
     }
-    QTD::DrawObjects& objects = getWindow()->drawObjects;
+    // Under the window's render lock like the window's own overlay calls: a refresh of the
+    // overlays walks the list by index and must not see it shrink.
+    QTDWindow* window = getWindow();
+    std::lock_guard<std::recursive_mutex> render(window->renderMutex);
+    QTD::DrawObjects& objects = window->drawObjects;
     const bool exists = objects.isExist(ATTR(id), ATTR());
     if (exists && objects.del(ATTR(id))) {
         viewer->redraw(true);

@@ -75,9 +75,10 @@ bool QTDWindow::init() {
         if (!screen || !screen->init(this, 0, 0, QTDScreen::FitActual))
             status = 1;
         drawObjects.surface(surface);
-        insertInputProcessor(this, nullptr);
-        insertInputProcessor(zoomView, nullptr);
     }
+    // Events take the input chain's lock before the state lock: so does everything else.
+    insertInputProcessor(this, nullptr);
+    insertInputProcessor(zoomView, nullptr);
     keyboard.addCommand("sd", "cmd.display.view.status");
     keyboard.addCommand("si", "cmd.display.view.info");
     if (status == 0)
@@ -88,11 +89,12 @@ bool QTDWindow::init() {
 }
 
 bool QTDWindow::shut() {
-    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
-    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
-    // The chain must not keep what is about to go, nor the window twice after a new init.
+    // The chain must not keep what is about to go, nor the window twice after a new init. Its
+    // lock comes before the state lock, as in every event.
     removeInputProcessor(zoomView);
     removeInputProcessor(this);
+    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+    std::lock_guard<std::recursive_mutex> holdRender(renderMutex);
     // Overlays placed after this measure nothing rather than a freed surface.
     drawObjects.surface(nullptr);
     // The surface goes first although the screen refers to it: the screen's destructor leaves
@@ -144,20 +146,26 @@ void QTDWindow::render() {
 
 void QTDWindow::update() {
     long ns = timestampNs();
+    // Any thread may ask for a frame, while the chain rewrites the record of the image shown:
+    // the identifier was taken when the image was set.
     log.debug("QTDWindow::update(): post UpdateRequest, sys timestamp %ld ns, image id %lu", ns,
-              idOf(image.load()));
+              imageID.load());
     QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest), Qt::NormalEventPriority);
 }
 
 void QTDWindow::setImage(BrxImage* newImage, bool redraw) {
     std::lock_guard<std::recursive_mutex> holdState(stateMutex);
     image.store(newImage);
+    imageID = idOf(newImage);
     if (!newImage)
         return;
     log.debug("QTDWindow::setImage(): id = %lu", idOf(newImage));
-    if (screen)
-        screen->image(static_cast<int>(std::min<uint32_t>(newImage->width, INT32_MAX)),
-                      static_cast<int>(std::min<uint32_t>(newImage->height, INT32_MAX)));
+    const int width = static_cast<int>(std::min<uint32_t>(newImage->width, INT32_MAX));
+    const int height = static_cast<int>(std::min<uint32_t>(newImage->height, INT32_MAX));
+    // The frames of a stream share one size: the geometry, which overlay calls on other threads
+    // read, is rewritten only when the size changes.
+    if (screen && (width != screen->imageWidth || height != screen->imageHeight))
+        screen->image(width, height);
     updateScrollParameters(3);
     if (redraw)
         update();

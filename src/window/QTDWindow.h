@@ -97,6 +97,8 @@ public:
     QTDZoom* zoomView = nullptr;
     // Not owned: the display controller keeps it alive until the next one has been taken.
     std::atomic<BrxImage*> image{nullptr};
+    // The identifier of `image` when it was set, for log lines written on other threads.
+    std::atomic<unsigned long> imageID{0};
     // 0 while creation goes well, 1 once a step of init failed.
     int32_t status = 0;
     // What is drawn over the image. Objects keep the coordinates they were given ("*.cs" in
