@@ -17,6 +17,7 @@
 #include <vector>
 
 using namespace QTD::Procs;
+using TestImages::expectPixels;
 using TestImages::Image;
 using TestImages::row16;
 using TestImages::row8;
@@ -133,29 +134,6 @@ struct Display {
     Image displayFormat;
     BrxImgProcessor* coloration = nullptr;
 };
-
-// Checks every pixel of `image` (8 or 16 bits, one or three channels) against `expected`, up to
-// `tolerance`; a `margin` leaves the pixels that near the edges out.
-template <typename F>
-void expectPixels(BrxImage* image, F expected, uint32_t margin, int tolerance) {
-    ASSERT_NE(image, nullptr);
-    const uint32_t channels = image->channels;
-    int mismatches = 0;
-    for (uint32_t y = margin; y + margin < image->height; ++y) {
-        for (uint32_t x = margin; x + margin < image->width; ++x) {
-            const auto want = expected(x, y);
-            for (uint32_t c = 0; c < channels; ++c) {
-                const int got = image->bitsPerChannel > 8 ? row16(image, y)[x * channels + c]
-                                                          : row8(image, y)[x * channels + c];
-                if (std::abs(got - int(want[c])) > tolerance && ++mismatches < 5) {
-                    ADD_FAILURE() << "pixel " << x << "," << y << " channel " << c << ": " << got
-                                  << " vs " << int(want[c]);
-                }
-            }
-        }
-    }
-    EXPECT_EQ(mismatches, 0);
-}
 
 Rgb grey(int v) {
     return {v, v, v};

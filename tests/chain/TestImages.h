@@ -1,12 +1,15 @@
 #pragma once
 
-// Images for the chain and stage tests: owned records with pixels, and plain accessors so that
-// expected values are computed independently of the code under test.
+// Images for the chain and stage tests: owned records with pixels, plain accessors so that
+// expected values are computed independently of the code under test, and a pixel check.
 
 #include "chain/QTDProcs.h"
 #include "image/QTDImageHelpers.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -15,6 +18,16 @@ namespace TestImages {
 using Image = QTDImageHelpers::ImagePtr;
 
 namespace PT = QTD::Procs::PixelType;
+
+// A stage made here, released and deleted at the end; `->` reaches it.
+template <typename T> struct Owned {
+    T* stage = new T(nullptr);
+    ~Owned() {
+        stage->Release();
+        delete stage;
+    }
+    T* operator->() { return stage; }
+};
 
 inline Image make(int width, int height, uint32_t type) {
     return Image(QTDImageHelpers::imageCreateImage(nullptr, width, height, type));
@@ -58,6 +71,29 @@ inline Image makeColour8(int width, int height, uint32_t type) {
         }
     }
     return image;
+}
+
+// Checks every pixel of `image` (8 or 16 bits, one or three channels) against `expected`, up to
+// `tolerance`; a `margin` leaves the pixels that near the edges out.
+template <typename F>
+void expectPixels(BrxImage* image, F expected, uint32_t margin, int tolerance) {
+    ASSERT_NE(image, nullptr);
+    const uint32_t channels = image->channels;
+    int mismatches = 0;
+    for (uint32_t y = margin; y + margin < image->height; ++y) {
+        for (uint32_t x = margin; x + margin < image->width; ++x) {
+            const auto want = expected(x, y);
+            for (uint32_t c = 0; c < channels; ++c) {
+                const int got = image->bitsPerChannel > 8 ? row16(image, y)[x * channels + c]
+                                                          : row8(image, y)[x * channels + c];
+                if (std::abs(got - int(want[c])) > tolerance && ++mismatches < 5) {
+                    ADD_FAILURE() << "pixel " << x << "," << y << " channel " << c << ": " << got
+                                  << " vs " << int(want[c]);
+                }
+            }
+        }
+    }
+    EXPECT_EQ(mismatches, 0);
 }
 
 } // namespace TestImages

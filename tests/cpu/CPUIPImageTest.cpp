@@ -1,140 +1,388 @@
-// The general-purpose CPU stage: copy, narrowing, mono to RGB, red-blue swap and the disabled
-// pass-through.
+// The CPU stages: the refusals that every one shares; the general-purpose image stage
+// (mono to RGB, red-blue swap, the disabled pass-through), the transport stages (packed mono,
+// UYVY) and the demosaicing stage; the stages that change colours in place (gain, offset and
+// gamma through the lookup table; exposure coloration); and texts burnt into images.
 
 #include "cpu/CPUIPImage.h"
+#include "chain/QTDProcessor.h"
 #include "chain/TestImages.h"
+#include "cpu/CPUIPBayer.h"
+#include "cpu/CPUIPColorCorrection.h"
+#include "cpu/CPUIPExposureColoration.h"
+#include "cpu/CPUIPImageOverlay.h"
+#include "cpu/CPUIPUnpack.h"
+#include "cpu/CPUIPYUV2RGB.h"
+#include "cpu/MEMSurface.h"
+#include "screen/SurfaceText.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstring>
+#include <stdexcept>
+#include <vector>
 
 using namespace QTD::Procs;
+using TestImages::Owned;
 using TestImages::row16;
 using TestImages::row8;
 
 namespace {
 
-struct Stage {
-    Stage() : stage(new CPUIPImage(nullptr)) {}
-    ~Stage() {
-        stage->Release();
-        BrxDisplayCPU::Image::DeleteComponent(stage);
+template <class T> BrxImgProcessor* create() {
+    return new T(nullptr);
+}
+
+bool allZero(const BrxImage* image) {
+    auto* bytes = static_cast<const uint8_t*>(image->imageData);
+    return std::all_of(bytes, bytes + image->imageSize, [](uint8_t b) { return b == 0; });
+}
+
+// A mosaic of `type` (patterns GR, RG, BG, GB: the order of each depth's group in BAYER_INDEX)
+// sampled from the flat `colour` (red, green, blue), in the type's own depth.
+TestImages::Image mosaic(int width, int height, uint32_t type, std::array<int, 3> colour) {
+    static const int sites[4][4] = {{1, 0, 2, 1}, {0, 1, 1, 2}, {2, 1, 1, 0}, {1, 2, 0, 1}};
+    auto image = TestImages::make(width, height, type);
+    const int pattern = indexOf(BAYER_INDEX, type) & 3;
+    for (uint32_t y = 0; y < image->height; ++y)
+        for (uint32_t x = 0; x < image->width; ++x) {
+            const int v = colour[sites[pattern][(y & 1) * 2 + (x & 1)]];
+            if (image->bitsPerChannel == 8)
+                row8(image.get(), y)[x] = uint8_t(v);
+            else
+                row16(image.get(), y)[x] = uint16_t(v);
+        }
+    return image;
+}
+
+// The table's rule, computed here on its own: level * gain + top * offset, then gamma on level
+// values, rounded half away from zero and clamped.
+int expected(int level, int top, double gain, double offset, double gamma) {
+    double v = level * gain + top * offset;
+    if (std::fabs(gamma) >= 1e-7 && std::fabs(gamma - 1.0) >= 1e-7) {
+        v = std::pow(v > 0.0 ? v : 0.004, gamma);
     }
-    CPUIPImage* operator->() { return stage; }
-    CPUIPImage* stage;
-};
+    const long r = std::lround(v);
+    return int(std::clamp<long>(r, 0, top));
+}
+
+std::vector<uint8_t> bytesOf(BrxImage* image) {
+    auto* data = static_cast<uint8_t*>(image->imageData);
+    return std::vector<uint8_t>(data, data + image->imageSize);
+}
 
 } // namespace
 
-TEST(CPUIPImage, BadInputsGiveTheirCodesWithoutCrashing) {
-    Stage s;
-    auto input = TestImages::makeMono(8, 4, PixelType::Mono12);
-    EXPECT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), statusWord(CodeNotReady));
-    EXPECT_EQ(s->ProcessImage(nullptr, nullptr, nullptr), statusWord(CodeBadArgument));
-    EXPECT_EQ(s->Output(), nullptr);
-    EXPECT_EQ(s->Init(nullptr, nullptr), statusWord(CodeBadArgument));
-    auto zero = TestImages::make(4, 4, PixelType::Mono8);
-    zero->height = 0;
-    EXPECT_EQ(s->Init(zero.get(), nullptr), statusWord(CodeBadArgument));
-    for (uint32_t type : {PixelType::Mono12p, PixelType::YUV422_8_UYVY}) {
-        auto packed = TestImages::make(8, 4, type);
-        EXPECT_EQ(s->Init(packed.get(), nullptr), statusWord(CodeNotSupported));
+// No image, a format that the stage does not take, an image before the set-up and none after
+// it, one twice as wide as the set-up's and one without pixels: each gives its code, and nothing
+// crashes. The stages that work in place take any size; the decoding ones show black for what
+// they cannot decode.
+TEST(CpuStages, RefuseWhatTheyCannotTake) {
+    struct Case {
+        BrxImgProcessor* (*create)();
+        uint32_t taken, refused;
+        Code beforeSetUp, noImage, wider, noPixels;
+    };
+    using namespace PixelType;
+    const Code Bad = CodeBadArgument;
+    for (const Case& c : {
+             Case{create<CPUIPImage>, Mono12, Mono12p, CodeNotReady, Bad, CodeFailed, Bad},
+             Case{create<CPUIPColorCorrection>, Mono8, BayerRG8, CodeFailed, Bad, CodeOk, Bad},
+             Case{create<CPUIPImageOverlay>, Mono8, YUV422_8_UYVY, CodeNotReady, Bad, CodeOk, Bad},
+             Case{create<CPUIPUnpack>, Mono12p, Mono12, CodeFailed, CodeFailed, Bad, CodeOk},
+             Case{create<CPUIPYUV2RGB>, YUV422_8_UYVY, YUV422_8, CodeFailed, CodeFailed, Bad,
+                  CodeOk},
+             Case{create<CPUIPBayer>, BayerRG8, TrueSense_BGGR_WBBW_0_8, CodeNotReady, CodeFailed,
+                  CodeNoResources, CodeFailed},
+             // Without a source stage, every image is refused.
+             Case{create<CPUIPExposureColoration>, RGB8, BayerGR8, Bad, Bad, Bad, Bad},
+         }) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.taken);
+        BrxImgProcessor* stage = c.create();
+        auto taken = TestImages::make(8, 4, c.taken);
+        auto refused = TestImages::make(8, 4, c.refused);
+        auto wider = TestImages::make(16, 4, c.taken);
+        auto noPixels = TestImages::make(8, 4, c.taken);
+        QTDImageHelpers::imageFreeData(noPixels.get());
+        EXPECT_EQ(stage->Init(nullptr, nullptr), statusWord(CodeBadArgument));
+        EXPECT_EQ(stage->Init(refused.get(), nullptr), statusWord(CodeNotSupported));
+        EXPECT_EQ(stage->ProcessImage(taken.get(), nullptr, nullptr), statusWord(c.beforeSetUp));
+        EXPECT_EQ(stage->Init(taken.get(), nullptr), 0u);
+        EXPECT_EQ(stage->ProcessImage(nullptr, nullptr, nullptr), statusWord(c.noImage));
+        EXPECT_EQ(stage->ProcessImage(wider.get(), nullptr, nullptr), statusWord(c.wider));
+        EXPECT_EQ(stage->ProcessImage(noPixels.get(), nullptr, nullptr), statusWord(c.noPixels));
+        stage->Release();
+        delete stage;
     }
-    EXPECT_FALSE(s->isReady());
-
-    auto display = TestImages::make(8, 4, PixelType::RGB8);
-    ASSERT_EQ(s->Init(input.get(), display.get()), 0u);
-    auto wider = TestImages::makeMono(12, 4, PixelType::Mono12);
-    EXPECT_EQ(s->ProcessImage(wider.get(), nullptr, nullptr), statusWord(CodeFailed));
-    auto noData = TestImages::make(8, 4, PixelType::Mono12);
-    QTDImageHelpers::imageFreeData(noData.get());
-    EXPECT_EQ(s->ProcessImage(noData.get(), nullptr, nullptr), statusWord(CodeBadArgument));
 }
 
-TEST(CPUIPImage, PlainCopyAndRelease) {
-    Stage s;
-    auto input = TestImages::makeMono(13, 3, PixelType::Mono8);
-    input->imageID = 5;
-    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
-    EXPECT_EQ(s->convertFlags, 0);
-    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    BrxImage* out = s->Output();
-    ASSERT_EQ(out, s->ownOutput);
-    EXPECT_EQ(out->imageID, 5u);
-    EXPECT_EQ(std::memcmp(out->imageData, input->imageData, input->imageSize), 0);
-}
-
+// Disabled, with an input of the size it was set up for, the stage hands the input itself on.
 TEST(CPUIPImage, DisabledStagePassesTheInputThroughWithoutCopying) {
-    Stage s;
+    Owned<CPUIPImage> s;
     auto input = TestImages::makeMono(16, 4, PixelType::Mono12);
     ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
     s->Enable(false);
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
     EXPECT_EQ(s->Output(), input.get());
-    // Its own buffer was not touched.
-    auto* own = static_cast<uint8_t*>(s->ownOutput->imageData);
-    EXPECT_TRUE(std::all_of(own, own + s->ownOutput->imageSize, [](uint8_t b) { return b == 0; }));
-}
-
-TEST(CPUIPImage, DisabledStageStillNarrowsWhenTheSizesDiffer) {
-    Stage s;
-    s->SetParamInt("depth", 8);
-    auto input = TestImages::makeMono(16, 4, PixelType::Mono12);
-    auto copy = TestImages::makeMono(16, 4, PixelType::Mono12);
-    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
-    EXPECT_EQ(s->convertFlags, CPUIPImage::ReduceDepth);
-    EXPECT_EQ(s->Format(false)->pixelType, PixelType::Mono8);
-    s->Enable(false);
-    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    BrxImage* out = s->Output();
-    ASSERT_NE(out, input.get());
-    for (uint32_t y = 0; y < 4; ++y)
-        for (uint32_t x = 0; x < 16; ++x)
-            ASSERT_EQ(row8(out, y)[x], row16(copy.get(), y)[x] >> 4) << x << "," << y;
-    // The source stays as it came: the shift works on the stage's own copy.
-    EXPECT_EQ(std::memcmp(input->imageData, copy->imageData, input->imageSize), 0);
 }
 
 TEST(CPUIPImage, ColourConversionsToRgb8) {
-    struct Case {
-        uint32_t from;
-        int32_t flags;
-    };
-    for (Case c : {Case{PixelType::Mono8, CPUIPImage::MonoToRgb},
-                   Case{PixelType::Mono12, CPUIPImage::MonoToRgb | CPUIPImage::ReduceDepth},
-                   Case{PixelType::Mono16, CPUIPImage::MonoToRgb | CPUIPImage::ReduceDepth},
-                   Case{PixelType::BGR8, CPUIPImage::SwapRedBlue}, Case{PixelType::RGB8, 0}}) {
-        Stage s;
-        const bool mono = isIn(MONO_INDEX, c.from);
+    for (uint32_t from : {PixelType::Mono8, PixelType::Mono12, PixelType::Mono16, PixelType::BGR8,
+                          PixelType::RGB8}) {
+        SCOPED_TRACE(testing::Message() << std::hex << from);
+        Owned<CPUIPImage> s;
+        const bool mono = isIn(MONO_INDEX, from);
         auto input =
-            mono ? TestImages::makeMono(11, 3, c.from) : TestImages::makeColour8(11, 3, c.from);
-        auto copy =
-            mono ? TestImages::makeMono(11, 3, c.from) : TestImages::makeColour8(11, 3, c.from);
+            mono ? TestImages::makeMono(11, 3, from) : TestImages::makeColour8(11, 3, from);
+        auto copy = mono ? TestImages::makeMono(11, 3, from) : TestImages::makeColour8(11, 3, from);
         auto display = TestImages::make(11, 3, PixelType::RGB8);
         ASSERT_EQ(s->Init(input.get(), display.get()), 0u);
-        EXPECT_EQ(s->convertFlags, c.flags) << std::hex << c.from;
         ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-        BrxImage* out = s->Output();
-        ASSERT_EQ(out->pixelType, PixelType::RGB8);
+        ASSERT_EQ(s->Output()->pixelType, PixelType::RGB8);
         const int shift = int(copy->bitsPerChannel) - 8;
-        for (uint32_t y = 0; y < 3; ++y)
-            for (uint32_t x = 0; x < 11; ++x) {
-                const uint8_t* got = row8(out, y) + 3 * x;
-                int want[3];
-                if (mono) {
-                    const int v =
-                        shift > 0 ? row16(copy.get(), y)[x] >> shift : row8(copy.get(), y)[x];
-                    want[0] = want[1] = want[2] = v;
-                } else {
-                    const uint8_t* p = row8(copy.get(), y) + 3 * x;
-                    const bool bgr = c.from == PixelType::BGR8;
-                    want[0] = bgr ? p[2] : p[0];
-                    want[1] = p[1];
-                    want[2] = bgr ? p[0] : p[2];
-                }
-                for (int k = 0; k < 3; ++k)
-                    ASSERT_EQ(got[k], want[k])
-                        << std::hex << c.from << std::dec << " " << x << "," << y << " " << k;
+        const bool bgr = from == PixelType::BGR8;
+        auto expected = [&](uint32_t x, uint32_t y) -> std::array<int, 3> {
+            if (mono) {
+                const int v = shift > 0 ? row16(copy.get(), y)[x] >> shift : row8(copy.get(), y)[x];
+                return {v, v, v};
             }
+            const uint8_t* p = row8(copy.get(), y) + 3 * x;
+            return {p[bgr ? 2 : 0], p[1], p[bgr ? 0 : 2]};
+        };
+        TestImages::expectPixels(s->Output(), expected, 0, 0);
+    }
+}
+
+TEST(CPUIPUnpack, Mono12pUnpacksToSixteenBitSamplesOrBlack) {
+    Owned<CPUIPUnpack> s;
+    auto input = TestImages::make(4, 2, PixelType::Mono12p);
+    const uint8_t bytes[12] = {0xFF, 0x0F, 0x00, 0x00, 0xF0, 0xFF, 0x21, 0x43, 0x65, 0, 0, 0};
+    std::memcpy(input->imageData, bytes, sizeof(bytes));
+    input->imageID = 42;
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    EXPECT_EQ(s->Format(false)->pixelType, PixelType::Mono12);
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    BrxImage* out = s->Output();
+    EXPECT_EQ(out->imageID, 42u);
+    const uint16_t samples[2][4] = {{4095, 0, 0, 4095}, {0x321, 0x654, 0, 0}};
+    for (uint32_t i = 0; i < 8; ++i)
+        EXPECT_EQ(row16(out, i / 4)[i % 4], samples[i / 4][i % 4]) << i;
+    // A change of format between images is refused, not misread; a truncated image is black.
+    auto plain = TestImages::make(4, 2, PixelType::Mono12);
+    EXPECT_EQ(s->ProcessImage(plain.get(), nullptr, nullptr), statusWord(CodeFailed));
+    input->imageSize = 2; // far too few bytes for 4 x 2 pixels
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_TRUE(allZero(s->Output()));
+}
+
+// Images that do not fit the set-up are refused; a truncated one gives black and success.
+TEST(CPUIPYUV2RGB, ConvertsAndGivesBlackOnAFailedConversion) {
+    Owned<CPUIPYUV2RGB> s;
+    auto input = TestImages::make(4, 1, PixelType::YUV422_8_UYVY);
+    const uint8_t grey[8] = {128, 126, 128, 126, 128, 235, 128, 16};
+    std::memcpy(input->imageData, grey, sizeof(grey));
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    const uint8_t* rgb = row8(s->Output(), 0);
+    EXPECT_NEAR(rgb[0], 128, 2);
+    EXPECT_NEAR(rgb[7], 255, 1);
+    EXPECT_NEAR(rgb[11], 0, 1);
+
+    input->stride = 2; // rows shorter than the pixels they must hold
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_TRUE(allZero(s->Output()));
+
+    // An odd width is black too, not a crash.
+    auto five = TestImages::make(5, 2, PixelType::YUV422_8_UYVY);
+    std::memset(five->imageData, 200, five->imageSize);
+    ASSERT_EQ(s->Init(five.get(), nullptr), 0u);
+    ASSERT_EQ(s->ProcessImage(five.get(), nullptr, nullptr), 0u);
+    EXPECT_TRUE(allZero(s->Output()));
+}
+
+TEST(CPUIPBayer, RefusesPackedMosaicsAndASingleSite) {
+    Owned<CPUIPBayer> s;
+    for (uint32_t type : {PixelType::BayerGB10Packed, 0x030C2321u /* BayerGR12p */}) {
+        auto input = TestImages::make(8, 6, type);
+        EXPECT_EQ(s->Init(input.get(), nullptr), statusWord(CodeNotSupported)) << std::hex << type;
+    }
+    // A 1 x 1 mosaic has no cell to demosaic: the component's set-up refuses it.
+    auto tiny = TestImages::make(1, 1, PixelType::BayerRG8);
+    EXPECT_EQ(s->Init(tiny.get(), nullptr), statusWord(CodeNoResources));
+    EXPECT_EQ(s->ProcessImage(tiny.get(), nullptr, nullptr), statusWord(CodeNotReady));
+}
+
+TEST(CPUIPBayer, FlatColoursLandInTheirChannelsForEveryPatternAndAlgorithm) {
+    const std::array<int, 3> colour8 = {220, 90, 15};
+    for (int at = 0; at < 20; ++at) { // 8 to 16 bits, four patterns each
+        const int shift = at / 4 * 2;
+        const std::array<int, 3> colour = {colour8[0] << shift, colour8[1] << shift,
+                                           colour8[2] << shift};
+        for (int algorithm = 0; algorithm < 3; ++algorithm)
+            for (bool bgr : {false, true}) {
+                Owned<CPUIPBayer> s;
+                s->SetParamInt("BayerAlgType", algorithm);
+                auto input = mosaic(13, 7, BAYER_INDEX[at], colour);
+                auto order = TestImages::make(13, 7, bgr ? PixelType::BGR8 : PixelType::RGB8);
+                ASSERT_EQ(s->Init(input.get(), order.get()), 0u);
+                ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+                EXPECT_EQ(isIn(BGR_INDEX, s->Output()->pixelType), bgr);
+                SCOPED_TRACE(testing::Message() << std::hex << BAYER_INDEX[at] << " algorithm "
+                                                << algorithm << " bgr " << bgr);
+                const auto want =
+                    bgr ? std::array<int, 3>{colour[2], colour[1], colour[0]} : colour;
+                TestImages::expectPixels(
+                    s->Output(), [&](uint32_t, uint32_t) { return want; }, 0, 0);
+            }
+    }
+}
+
+TEST(CPUIPColorCorrection, AppliesPerChannelTablesInPlace) {
+    Owned<CPUIPColorCorrection> s;
+    auto input = TestImages::makeColour8(7, 3, PixelType::RGB8);
+    auto copy = TestImages::makeColour8(7, 3, PixelType::RGB8);
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    std::map<std::string, std::string> params{
+        {"gain.r", "1.5"}, {"gain.g", "0.5"}, {"gain.b", "1"}, {"offs.b", "0.1"}, {"gamma", "1.1"}};
+    ASSERT_TRUE(s->RunCommandParams("cmd.params.apply", &params));
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    const double gains[3] = {1.5, 0.5, 1.0}, offsets[3] = {0, 0, 0.1};
+    TestImages::expectPixels(
+        input.get(),
+        [&](uint32_t x, uint32_t y) {
+            std::array<int, 3> want;
+            for (int c = 0; c < 3; ++c)
+                want[c] = expected(row8(copy.get(), y)[3 * x + c], 255, gains[c], offsets[c], 1.1);
+            return want;
+        },
+        0, 0);
+}
+
+TEST(CPUIPColorCorrection, SameBufferTwiceIsCorrectedTwiceAndDeeperImagesAreRefused) {
+    Owned<CPUIPColorCorrection> s;
+    auto input = TestImages::make(4, 1, PixelType::Mono8);
+    std::memset(input->imageData, 30, input->imageSize);
+    s->SetParamFloat("gain.r", 2.0);
+    ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(row8(input.get(), 0)[2], 120);
+    // An image deeper than the table would index past it.
+    auto deep = TestImages::makeMono(4, 2, PixelType::Mono16);
+    EXPECT_EQ(s->ProcessImage(deep.get(), nullptr, nullptr), statusWord(CodeBadArgument));
+}
+
+// A chain composed for the raw image, with a coloration stage made for it as the viewer makes
+// one, painting onto a display image filled with grey 100: only the raw extremes are painted,
+// under-exposed green and over-exposed red, byte-swapped for blue-first pixels so that red still
+// looks red. For colour the sum of the samples counts: only pure white is over.
+TEST(CPUIPExposureColoration, AutomaticThresholdsPaintOnlyTheExtremes) {
+    using Rgb = std::array<uint8_t, 3>;
+    const Rgb green{0, 255, 0}, grey{100, 100, 100};
+    struct Case {
+        uint32_t rawType, displayType;
+        std::vector<uint8_t> raw;
+        std::vector<Rgb> painted;
+    };
+    const Case mono{
+        PixelType::Mono8, PixelType::RGB8, {0, 255, 254, 1}, {green, {255, 0, 0}, grey, grey}};
+    const Case colour{PixelType::RGB8,
+                      PixelType::BGR8,
+                      {255, 255, 255, 255, 255, 254, 0, 0, 0},
+                      {{0, 0, 255}, grey, green}};
+    for (const Case& c : {mono, colour}) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.rawType);
+        const int width = int(c.painted.size());
+        auto raw = TestImages::make(width, 1, c.rawType);
+        std::copy(c.raw.begin(), c.raw.end(), row8(raw.get(), 0));
+        auto display = TestImages::make(width, 1, c.displayType);
+        std::memset(display->imageData, 100, display->imageSize);
+        QTDProcessor chain(nullptr, false);
+        ASSERT_EQ(chain.Init(raw.get(), nullptr), 0u);
+        auto* stage = static_cast<CPUIPExposureColoration*>(
+            BrxDisplayCPU::ExposureColoration::CreateComponent(chain.GetComponent()));
+        ASSERT_EQ(stage->Init(display.get(), nullptr), 0u);
+        ASSERT_EQ(chain.ProcessImage(raw.get(), nullptr, nullptr), 0u);
+        ASSERT_EQ(stage->ProcessImage(display.get(), nullptr, nullptr), 0u);
+        EXPECT_EQ(stage->Output(), display.get());
+        TestImages::expectPixels(
+            display.get(), [&](uint32_t x, uint32_t) { return c.painted[x]; }, 0, 0);
+        // A display image of another size, or with one byte per pixel, is not painted.
+        auto narrow = TestImages::make(2, 1, PixelType::RGB8);
+        EXPECT_EQ(stage->ProcessImage(narrow.get(), nullptr, nullptr), statusWord(CodeBadArgument));
+        auto grey8 = TestImages::make(width, 1, PixelType::Mono8);
+        EXPECT_EQ(stage->ProcessImage(grey8.get(), nullptr, nullptr), statusWord(CodeBadArgument));
+        stage->Release();
+        delete stage;
+    }
+}
+
+TEST(CPUIPImageOverlay, NumbersThatDoNotReadRaiseToTheCaller) {
+    Owned<CPUIPImageOverlay> s;
+    auto image = TestImages::makeMono(40, 20, PixelType::Mono8);
+    const auto before = bytesOf(image.get());
+    ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+    s->properties.set("text.text", "A", true);
+    s->properties.set("text.pos.x", "left", true);
+    EXPECT_THROW(s->RunCommand("text.add"), std::invalid_argument);
+    CPUIPImageOverlay::Map bad{{"rect.x", "99999999999"}};
+    EXPECT_THROW(s->RunCommandParams("cmd.rect.add", &bad), std::out_of_range);
+    EXPECT_EQ(s->objects.count(), 0);
+
+    // A colour that does not read fails the frame by exception, and the surface lets go of
+    // the caller's pixels all the same.
+    CPUIPImageOverlay::Map colour{{"text.clr", "white"}};
+    ASSERT_FALSE(s->SetOverlayText("A", 1, 1, &colour).empty());
+    EXPECT_THROW(s->ProcessImage(image.get(), nullptr, nullptr), std::invalid_argument);
+    EXPECT_FALSE(s->surface->textObject()->ready());
+    EXPECT_EQ(bytesOf(image.get()), before);
+    s->objects.clear();
+    EXPECT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), 0u);
+}
+
+TEST(CPUIPImageOverlay, BurnsTextWhereItWasPut) {
+    // White into mono at (10, 12); red into RGB, placed bottom right by rule 3 and -1. The
+    // channels move toward the text's colour: up (1) or down (-1).
+    struct Case {
+        uint32_t type;
+        const char *x, *y, *colour;
+        int toward[3];
+    };
+    for (const Case& c : {Case{PixelType::Mono8, "10", "12", "16777215", {1}},
+                          Case{PixelType::RGB8, "3", "-1", "255", {1, -1, -1}}}) {
+        SCOPED_TRACE(c.colour);
+        Owned<CPUIPImageOverlay> s;
+        auto image = TestImages::make(96, 48, c.type);
+        std::memset(image->imageData, 90, image->imageSize);
+        const auto before = bytesOf(image.get());
+        ASSERT_EQ(s->Init(image.get(), nullptr), 0u);
+        CPUIPImageOverlay::Map params{
+            {"text.text", "HX"}, {"text.pos.x", c.x}, {"text.pos.y", c.y}, {"text.clr", c.colour}};
+        ASSERT_TRUE(s->RunCommandParams("cmd.text.add", &params));
+        QTD::PROPERTIES* text = s->objects.find(params["objectID"], true);
+        ASSERT_NE(text, nullptr);
+        const int x = text->getAs<int>("x"), y = text->getAs<int>("y");
+        const bool mono = c.type == PixelType::Mono8;
+        EXPECT_EQ(x, mono ? 10 : 96 - (text->getAs<int>("w") + 4));
+        EXPECT_EQ(y, mono ? 12 : 46 - text->getAs<int>("h"));
+        int w = 0, h = 0;
+        s->surface->textObject()->calcText("default", "HX", &w, &h);
+        ASSERT_EQ(s->ProcessImage(image.get(), nullptr, nullptr), 0u);
+        EXPECT_EQ(s->Output(), image.get());
+        // Changed pixels lie where the glyphs hang from row y downward, starting at column x,
+        // and each channel moved only toward the text's colour.
+        const int channels = mono ? 1 : 3;
+        int changed = 0;
+        for (size_t i = 0; i < before.size(); ++i) {
+            const int moved = static_cast<uint8_t*>(image->imageData)[i] - before[i];
+            const int px = int(i % image->stride) / channels, py = int(i / image->stride);
+            EXPECT_GE(moved * c.toward[i % channels], 0) << px << "," << py;
+            changed += moved != 0;
+            EXPECT_TRUE(moved == 0 || (px >= x && px <= x + w + 2 && py >= y && py <= y + h + 4))
+                << px << "," << py;
+        }
+        EXPECT_GT(changed, 10);
     }
 }

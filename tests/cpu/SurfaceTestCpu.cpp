@@ -1,4 +1,9 @@
+// The CPU surface, drawing with a painter on a window's backing store, and the memory surface,
+// burning text into images in memory.
+
+#include "chain/TestImages.h"
 #include "cpu/CPUSurfaceTypes.h"
+#include "cpu/MEMSurfaceTypes.h"
 #include "image/QTDImageHelpers.h"
 
 #include <QBackingStore>
@@ -8,25 +13,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <vector>
+
 namespace {
 
 constexpr uint32_t RGB8 = 0x02180171;
 constexpr uint32_t MONO8 = 0x01080101;
-
-// What the backing store holds: the offscreen platform keeps it as an image.
-QImage shown(CPUSurface& s) {
-    auto* image = dynamic_cast<QImage*>(s.store->paintDevice());
-    return image ? image->convertToFormat(QImage::Format_RGB32) : QImage();
-}
-
-// Channels at 256 levels become 0..255 through fractions of 256: 255 stays 255, 200 gives 199.
-int level(int v) {
-    return v >= 255 ? 255 : static_cast<int>(v / 256.0 * 255 + 0.5);
-}
-
-QRgb rgb(int r, int g, int b) {
-    return qRgb(level(r), level(g), level(b));
-}
 
 // Every pixel from (x0, y0) to (x1, y1), a row or a column, is `colour`.
 void expectSpan(QImage const& img, int x0, int y0, int x1, int y1, QRgb colour) {
@@ -35,6 +32,7 @@ void expectSpan(QImage const& img, int x0, int y0, int x1, int y1, QRgb colour) 
             EXPECT_EQ(img.pixel(x, y), colour) << x << "," << y;
 }
 
+// A frame open on a 200 x 150 window, cleared to black.
 class CPUSurfaceTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -43,171 +41,271 @@ protected:
         QTD::PROPERTIES p;
         p.set("window", QTD::ATTR(static_cast<void*>(&window)), true);
         ASSERT_TRUE(surface.init(&p));
-    }
-
-    // Clears to black and opens a frame.
-    void frame() {
-        ASSERT_TRUE(surface.begin(&frameProps));
+        ASSERT_TRUE(surface.begin(nullptr));
         QTD::RgbColor black(0, 0, 0, 0, 256);
         surface.fillRect(-1, -1, -1, -1, &black);
     }
 
+    // Ends the frame; what the backing store holds: the offscreen platform keeps it as an image.
+    QImage shown() {
+        surface.end();
+        auto* image = dynamic_cast<QImage*>(surface.store->paintDevice());
+        return image ? image->convertToFormat(QImage::Format_RGB32) : QImage();
+    }
+
     QWindow window;
     CPUSurface surface;
-    QTD::PROPERTIES frameProps;
 };
 
-TEST(CPUSurface, InitWithoutWindowFails) {
+TEST(CPUSurface, WithoutAWindowNothingBreaks) {
     CPUSurface s;
-    QTD::PROPERTIES p;
     EXPECT_FALSE(s.init(nullptr));
-    p.set("window", "0", true);
-    EXPECT_FALSE(s.init(&p));
-    EXPECT_FALSE(s.isValid());
-    EXPECT_FALSE(s.begin(&p));
-    // Drawing without a painter does nothing, and nothing breaks.
-    QTD::RgbColor red(255, 0, 0, 0, 256);
-    s.line(0, 0, 5, 5, &red, 1, 0);
+    EXPECT_FALSE(s.begin(nullptr));
+    // Drawing without a painter does nothing.
     s.fillRect(-1, -1, -1, -1, nullptr);
-    s.text("x", 0, 0, "default", &red);
     s.end();
 }
 
-TEST_F(CPUSurfaceTest, FillRectDefaultsToTheWholeSurfaceAndTheFillColour) {
-    ASSERT_TRUE(surface.begin(nullptr));
+TEST_F(CPUSurfaceTest, FillsLinesAndRectangles) {
+    // The whole surface in the fill colour: channels at 256 levels become 0..255 through
+    // fractions of 256, so 128 stays 128.
     surface.colors["fill"] = QTD::RgbColor(0, 128, 255, 0, 256);
     surface.fillRect(-1, -1, -1, -1, nullptr);
-    QTD::RgbColor red(255, 0, 0, 0, 256);
+    QTD::RgbColor red(255, 0, 0, 0, 256), green(0, 255, 0, 0, 256), blue(0, 0, 255, 0, 256);
     surface.fillRect(10, 20, 5, 4, &red);
-    surface.end();
-    QImage img = shown(surface);
-    ASSERT_EQ(img.size(), QSize(200, 150));
-    EXPECT_EQ(img.pixel(0, 0), rgb(0, 128, 255));
-    EXPECT_EQ(img.pixel(199, 149), rgb(0, 128, 255));
-    EXPECT_EQ(img.pixel(10, 20), qRgb(255, 0, 0));
-    EXPECT_EQ(img.pixel(14, 23), qRgb(255, 0, 0));
-    EXPECT_EQ(img.pixel(15, 23), rgb(0, 128, 255));
-    EXPECT_EQ(img.pixel(14, 24), rgb(0, 128, 255));
-}
-
-TEST_F(CPUSurfaceTest, LinesSetTheirPixels) {
-    frame();
-    QTD::RgbColor green(0, 255, 0, 0, 256);
-    surface.line(10, 20, 50, 20, &green, 1, 0);
-    surface.line(60, 10, 60, 40, &green, 1, 0);
-    // Three points: two lines, not closed.
-    QTD::TPAIRS<int> points(3);
-    points[0] = {100, 100};
-    points[1] = {140, 100};
-    points[2] = {140, 130};
-    QTD::RgbColor blue(0, 0, 255, 0, 256);
+    surface.line(10, 60, 50, 60, &green, 1, 0);
+    surface.line(10, 70, 50, 70, &green, 1, 9); // style 9 is no pen at all
+    // Three points: two lines, not closed; one point: nothing.
+    QTD::TPAIRS<int> points{{100, 100}, {140, 100}, {140, 130}}, one{{5, 5}};
     surface.polyLine(points, &blue, 1, 0);
-    // One point: nothing.
-    QTD::TPAIRS<int> one(1);
-    one[0] = {5, 5};
     surface.polyLine(one, &blue, 5, 0);
-    // Style 9 is no pen at all.
-    surface.line(10, 60, 50, 60, &green, 1, 9);
-    surface.end();
-    QImage img = shown(surface);
-    expectSpan(img, 10, 20, 50, 20, qRgb(0, 255, 0));
-    EXPECT_EQ(img.pixel(9, 20), qRgb(0, 0, 0));
-    EXPECT_EQ(img.pixel(30, 19), qRgb(0, 0, 0));
-    EXPECT_EQ(img.pixel(30, 21), qRgb(0, 0, 0));
-    expectSpan(img, 60, 10, 60, 40, qRgb(0, 255, 0));
+    surface.rect(30, 90, 40, 20, &red, 1, 0); // its border only
+    surface.rect(100, 140, 0, 0, &red, 1, 0);
+    QImage img = shown();
+    const QRgb fill = qRgb(0, 128, 255), r = qRgb(255, 0, 0);
+    // Points (x, y) left in the fill colour: beside the filled rectangle and the lines, under the
+    // line without a pen, inside the open polyline and the rectangle's border, at the lone point.
+    const int untouched[][2] = {{0, 0},    {199, 149}, {15, 23},  {14, 24},   {9, 60},
+                                {30, 59},  {30, 61},   {30, 70},  {120, 115}, {5, 5},
+                                {50, 100}, {71, 100},  {100, 140}};
+    for (auto [x, y] : untouched)
+        EXPECT_EQ(img.pixel(x, y), fill) << x << "," << y;
+    EXPECT_EQ(img.pixel(10, 20), r);
+    EXPECT_EQ(img.pixel(14, 23), r);
     EXPECT_EQ(img.pixel(120, 100), qRgb(0, 0, 255));
     EXPECT_EQ(img.pixel(140, 115), qRgb(0, 0, 255));
-    EXPECT_EQ(img.pixel(120, 115), qRgb(0, 0, 0)); // not closed
-    EXPECT_EQ(img.pixel(5, 5), qRgb(0, 0, 0));
-    EXPECT_EQ(img.pixel(30, 60), qRgb(0, 0, 0));
+    expectSpan(img, 10, 60, 50, 60, qRgb(0, 255, 0));
+    expectSpan(img, 30, 90, 70, 90, r);
+    expectSpan(img, 30, 90, 30, 110, r);
 }
-
-TEST_F(CPUSurfaceTest, RectangleDrawsItsBorderOnly) {
-    frame();
-    QTD::RgbColor red(255, 0, 0, 0, 256);
-    surface.rect(30, 40, 40, 20, &red, 1, 0);
-    surface.rect(100, 100, 0, 0, &red, 1, 0);
-    surface.end();
-    QImage img = shown(surface);
-    expectSpan(img, 30, 40, 70, 40, qRgb(255, 0, 0));
-    expectSpan(img, 30, 60, 70, 60, qRgb(255, 0, 0));
-    expectSpan(img, 30, 40, 30, 60, qRgb(255, 0, 0));
-    expectSpan(img, 70, 40, 70, 60, qRgb(255, 0, 0));
-    EXPECT_EQ(img.pixel(50, 50), qRgb(0, 0, 0));
-    EXPECT_EQ(img.pixel(71, 50), qRgb(0, 0, 0));
-    EXPECT_EQ(img.pixel(100, 100), qRgb(0, 0, 0));
-}
-
-// An RGB8 image whose pixel (x, y) is (x * 40, y * 40, 200).
-struct Picture {
-    Picture(uint32_t type, int w, int h) {
-        QTDImageHelpers::imageCreateImage(&record, w, h, type);
-        auto* p = static_cast<uint8_t*>(record.imageData);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                uint8_t* px = p + y * record.stride + x * (record.bitsPerPixel / 8);
-                px[0] = static_cast<uint8_t>(x * 40);
-                if (record.bitsPerPixel >= 24) {
-                    px[1] = static_cast<uint8_t>(y * 40);
-                    px[2] = 200;
-                }
-            }
-    }
-    ~Picture() { QTDImageHelpers::imageFreeData(&record); }
-    BrxImage record{};
-};
 
 TEST_F(CPUSurfaceTest, ImagesAreScaledIntoTheTarget) {
-    Picture picture(RGB8, 4, 4);
-    Picture mono(MONO8, 4, 4);
-    frame();
+    // Pixel (x, y) is (x * 40, y * 40, 200).
+    auto picture = TestImages::make(4, 4, RGB8);
+    for (uint32_t y = 0; y < 4; ++y)
+        for (uint32_t x = 0; x < 4; ++x) {
+            uint8_t* px = TestImages::row8(picture.get(), y) + 3 * x;
+            px[0] = uint8_t(x * 40);
+            px[1] = uint8_t(y * 40);
+            px[2] = 200;
+        }
     QTD::TRECT<double> target{100, 50, 40, 40};
-    surface.image(&picture.record, &target, nullptr);
+    surface.image(picture.get(), &target, nullptr);
     // Only the source's lower right quarter, and only RGB8.
     QTD::TRECT<double> small{20, 20, 20, 20}, source{2, 2, -2, 2};
-    surface.image(&picture.record, &small, &source);
-    surface.image(&mono.record, nullptr, nullptr);
+    surface.image(picture.get(), &small, &source);
+    auto mono = TestImages::makeMono(4, 4, MONO8);
+    surface.image(mono.get(), nullptr, nullptr);
     surface.image(nullptr, nullptr, nullptr);
-    surface.end();
-    QImage img = shown(surface);
+    QImage img = shown();
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 4; ++x)
             EXPECT_EQ(img.pixel(100 + x * 10 + 5, 50 + y * 10 + 5), qRgb(x * 40, y * 40, 200));
     EXPECT_EQ(img.pixel(99, 50), qRgb(0, 0, 0));
     EXPECT_EQ(img.pixel(25, 25), qRgb(80, 80, 200));
     EXPECT_EQ(img.pixel(35, 35), qRgb(120, 120, 200));
-    EXPECT_EQ(img.pixel(0, 0), qRgb(0, 0, 0));
     EXPECT_EQ(img.pixel(60, 100), qRgb(0, 0, 0));
 }
 
 TEST_F(CPUSurfaceTest, TextLightsPixelsOnlyInsideItsBox) {
-    frame();
     QTD::RgbColor yellow(255, 255, 0, 0, 256);
     surface.text("Hello, Brx", 20, 60, "large", &yellow);
-    // Unknown font, null text, bytes below 32: nothing breaks.
+    // Unknown font, null text: nothing drawn, nothing breaks.
     surface.text("Hello", 20, 120, "no such font", &yellow);
     surface.text(nullptr, 20, 120, "large", &yellow);
-    surface.text("\x01\x02\x1f", 20, 140, "large", nullptr);
-    surface.end();
-    QImage img = shown(surface);
+    QImage img = shown();
     auto* font = static_cast<QFont*>(
         surface.textObject()->fonts.getPropsValue("large", "font", "").as<void*>());
     ASSERT_NE(font, nullptr);
     // The base line lies at y.
-    QRect box = QFontMetrics(*font).boundingRect("Hello, Brx").translated(20, 60);
-    box.adjust(-1, -1, 1, 1);
+    const QRect box =
+        QFontMetrics(*font).boundingRect("Hello, Brx").translated(20, 60).adjusted(-1, -1, 1, 1);
     int inside = 0, outside = 0;
-    for (int y = 0; y < 130; ++y)
-        for (int x = 0; x < img.width(); ++x) {
-            if (img.pixel(x, y) == qRgb(0, 0, 0))
-                continue;
-            (box.contains(x, y) ? inside : outside)++;
-            // Only shades of the text colour.
-            EXPECT_EQ(qBlue(img.pixel(x, y)), 0);
-        }
+    for (int y = 0; y < img.height(); ++y)
+        for (int x = 0; x < img.width(); ++x)
+            if (img.pixel(x, y) != qRgb(0, 0, 0))
+                (box.contains(x, y) ? inside : outside)++;
     EXPECT_GT(inside, 50);
     EXPECT_EQ(outside, 0);
-    expectSpan(img, 0, 125, img.width() - 1, 125, qRgb(0, 0, 0));
+}
+
+constexpr uint32_t BGR8 = 0x02180172;
+constexpr uint32_t RGB16 = 0x0230057B;
+
+constexpr int GUARD = 64;
+constexpr uint8_t GUARD_BYTE = 0xA5;
+
+// An image in memory with guard bytes on both sides of its pixels; every pixel byte is `fill`,
+// row padding stays guard bytes.
+struct Canvas {
+    Canvas(uint32_t type, int w, int h, int fill, int padding = 0) {
+        QTDImageHelpers::imageCreateFormat(&record, w, h, type);
+        stride = w * int(record.bitsPerPixel / 8) + padding;
+        buffer.assign(size_t(GUARD + stride * h + GUARD), GUARD_BYTE);
+        record.stride = stride;
+        record.imageSize = stride * h;
+        record.imageData = buffer.data() + GUARD;
+        for (int y = 0; y < h; ++y)
+            std::memset(buffer.data() + GUARD + y * stride, fill, size_t(stride - padding));
+    }
+    // Sample `c` of pixel (x, y) of an 8-bit image.
+    int at(int x, int y, int c = 0) const {
+        return buffer[GUARD + y * stride + x * record.channels + c];
+    }
+    bool guardsIntact() const {
+        auto guard = [](uint8_t b) { return b == GUARD_BYTE; };
+        return std::all_of(buffer.begin(), buffer.begin() + GUARD, guard) &&
+               std::all_of(buffer.end() - GUARD, buffer.end(), guard);
+    }
+    int stride = 0;
+    std::vector<uint8_t> buffer;
+    BrxImage record{};
+};
+
+class MEMSurfaceTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(surface.init(nullptr)); }
+
+    // One frame on `canvas` with one text.
+    void draw(Canvas& canvas, char const* text, int x, int y, QTD::RgbColor* color,
+              char const* font = "default") {
+        QTD::PROPERTIES bag;
+        bag.set("image", QTD::ATTR(static_cast<void*>(&canvas.record)), true);
+        ASSERT_TRUE(surface.begin(&bag));
+        surface.text(text, x, y, font, color);
+        surface.end();
+    }
+
+    MEMSurfaceText& text() { return *static_cast<MEMSurfaceText*>(surface.textObject()); }
+
+    // Coverage of the glyphs of `s` laid side by side from (0, 0), read from the strip.
+    std::vector<std::vector<int>> coverage(char const* font, std::string const& s, int& width,
+                                           int& height) {
+        auto const& strip = *static_cast<QImage*>(text().strips.get(font).as<void*>());
+        std::vector<std::vector<int>> columns;
+        height = 0;
+        for (unsigned char c : s) {
+            auto const& r = text().glyphs.at(font)[(c < 32 ? 32 : c) - 32];
+            height = std::max(height, r.height);
+            for (int col = 0; col < r.width; ++col) {
+                columns.emplace_back();
+                for (int row = 0; row < r.height; ++row)
+                    columns.back().push_back(qRed(strip.pixel(r.x + col, r.y + row)));
+            }
+        }
+        for (auto& column : columns)
+            column.resize(size_t(height));
+        width = int(columns.size());
+        return columns; // [x][y]
+    }
+
+    MEMSurface surface;
+};
+
+TEST_F(MEMSurfaceTest, TextStaysInsideItsBoxInTheComponentOrderOfTheImage) {
+    // Mono images take the intensity, colour images the components in their order. With the
+    // default opacity 0 a covered pixel takes the colour itself; with opacity 1 it blends by
+    // coverage.
+    struct Case {
+        uint32_t type;
+        QTD::RgbColor colour;
+        int opacity;
+        std::array<int, 3> on;
+        const char *font, *text;
+    };
+    for (Case c :
+         {Case{MONO8, QTD::RgbColor(255, 255, 255, 0, 256), 0, {255}, "default", "Hi, 42!"},
+          Case{RGB8, QTD::RgbColor(255, 128, 0, 0, 256), 0, {255, 128, 0}, "default", "Hi, 42!"},
+          Case{BGR8, QTD::RgbColor(255, 128, 0, 0, 256), 0, {0, 128, 255}, "default", "Hi, 42!"},
+          Case{MONO8, QTD::RgbColor(200, 200, 200, 0, 256), 1, {200}, "large", "Wx"}}) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.type << " " << c.font);
+        c.colour.setOpc(c.opacity);
+        Canvas canvas(c.type, 120, 40, 100);
+        draw(canvas, c.text, 3, 2, &c.colour, c.font);
+        int w, h;
+        auto cov = coverage(c.font, c.text, w, h);
+        int lit = 0;
+        for (int y = 0; y < 40; ++y)
+            for (int x = 0; x < 120; ++x) {
+                const bool inside = x >= 3 && x < 3 + w && y >= 2 && y < 2 + h;
+                const int a = inside ? cov[size_t(x - 3)][size_t(y - 2)] : 0;
+                for (uint32_t k = 0; k < canvas.record.channels; ++k) {
+                    const int want = a == 0 ? 100
+                                     : c.opacity == 0
+                                         ? c.on[k]
+                                         : int(100 * (1.0 - a / 255.0) + a / 255.0 * c.on[k]);
+                    ASSERT_EQ(canvas.at(x, y, int(k)), want) << x << "," << y << " " << k;
+                }
+                lit += a > 0;
+            }
+        EXPECT_GT(lit, 30);
+        EXPECT_TRUE(canvas.guardsIntact());
+    }
+}
+
+TEST_F(MEMSurfaceTest, GlyphsAreClippedAtEveryEdge) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    // No row padding: nothing may spill into the next row or past the buffer.
+    Canvas tight(MONO8, 12, 10, 0);
+    draw(tight, "WWW", -7, -5, &white);
+    draw(tight, "WWW", 6, 5, &white);
+    draw(tight, "W", 11, 9, &white);
+    draw(tight, "W\tW\tW", INT_MAX - 3, INT_MIN, &white);
+    draw(tight, "W\tW\tW", INT_MIN, INT_MAX, &white);
+    draw(tight, "W\tW\tW", INT_MAX, 0, &white);
+    EXPECT_TRUE(tight.guardsIntact());
+    Canvas colour(RGB16, 9, 7, 0);
+    draw(colour, "MMMM", 5, 4, &white, "large");
+    draw(colour, "MMMM", -30, -8, &white, "large");
+    EXPECT_TRUE(colour.guardsIntact());
+
+    // With padding, the column at the width may be written, never the ones behind it.
+    Canvas padded(MONO8, 12, 10, 0, 4);
+    draw(padded, "WWWW", 2, 0, &white);
+    for (int y = 0; y < 10; ++y)
+        for (int i = 13; i < 16; ++i)
+            EXPECT_EQ(padded.buffer[GUARD + y * padded.stride + i], GUARD_BYTE);
+    EXPECT_TRUE(padded.guardsIntact());
+}
+
+TEST_F(MEMSurfaceTest, BadInputDrawsNothing) {
+    QTD::RgbColor white(255, 255, 255, 0, 256);
+    Canvas canvas(MONO8, 40, 20, 9);
+    const std::vector<uint8_t> untouched = canvas.buffer;
+    EXPECT_FALSE(surface.begin(nullptr));
+    surface.text("Ab", 0, 0, "default", &white); // outside begin and end
+    using Break = void (*)(BrxImage&);
+    for (Break breakage :
+         {+[](BrxImage& r) { r.imageData = nullptr; }, +[](BrxImage& r) { r.bitsPerChannel = 0; },
+          +[](BrxImage& r) { r.bitsPerChannel = 40; }, +[](BrxImage& r) { r.width = 0; },
+          +[](BrxImage& r) { r.stride = 0; }}) {
+        BrxImage saved = canvas.record;
+        breakage(canvas.record);
+        draw(canvas, "Ab", 0, 0, &white);
+        canvas.record = saved;
+    }
+    draw(canvas, nullptr, 0, 0, &white);
+    EXPECT_EQ(canvas.buffer, untouched);
 }
 
 } // namespace
