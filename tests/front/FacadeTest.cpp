@@ -3,11 +3,11 @@
 
 #include "FrontTestSupport.h"
 
+#include "chain/QTDProcessor.h"
 #include "front/BrxDisplayImpl.h"
 #include "window/QTDViewer.h"
 #include "window/QTDWindow.h"
 
-#include <array>
 #include <cstring>
 
 #include <brx/BrxDisplay.h>
@@ -81,22 +81,27 @@ public:
     QTD::ComponentImpl component;
 };
 
-// A source of one of three kinds with known pixels, and the 8-bit colour each pixel should
-// come out as: grey for Mono8 and Mono12 (its top eight of twelve bits), itself for RGB8.
+// Channel `c` of pixel (x, y) of a source of `type`, as eight bits: grey for Mono8 and Mono12,
+// whose samples hold it in their top eight bits.
+uint8_t expected(uint32_t type, uint32_t x, uint32_t y, uint32_t c) {
+    return value(x, y, type == PT::RGB8 ? c + 1 : 1);
+}
+
+uint32_t channels(uint32_t type) {
+    return type == PT::RGB8 || type == PT::BGR8 ? 3 : 1;
+}
+
 Image source(uint32_t type, int width, int height) {
     Image image = make(width, height, type);
     for (uint32_t y = 0; y < image->height; ++y) {
         for (uint32_t x = 0; x < image->width; ++x) {
-            uint8_t* row = row8(image.get(), y);
-            if (type == PT::Mono12) {
-                const uint16_t v = uint16_t(value(x, y, 1) << 4 | (x & 15));
-                std::memcpy(row + 2 * x, &v, 2);
-            } else if (type == PT::RGB8) {
-                for (uint32_t c = 0; c < 3; ++c) {
-                    row[3 * x + c] = value(x, y, c + 1);
+            for (uint32_t c = 0; c < channels(type); ++c) {
+                const uint16_t v = uint16_t(expected(type, x, y, c) << 4 | (x & 15));
+                if (type == PT::Mono12) {
+                    std::memcpy(row8(image.get(), y) + 2 * x, &v, 2);
+                } else {
+                    row8(image.get(), y)[channels(type) * x + c] = expected(type, x, y, c);
                 }
-            } else {
-                row[x] = value(x, y, 1);
             }
         }
     }
@@ -105,27 +110,15 @@ Image source(uint32_t type, int width, int height) {
     return image;
 }
 
-std::array<uint8_t, 3> colour(uint32_t type, uint32_t x, uint32_t y) {
-    if (type == PT::RGB8) {
-        return {value(x, y, 1), value(x, y, 2), value(x, y, 3)};
-    }
-    return {value(x, y, 1), value(x, y, 1), value(x, y, 1)};
-}
-
-// Pixels of `target` that differ from what `from` should give.
+// Pixels of `target` that differ from what a source of type `from` should give.
 int wrongPixels(BrxImage* target, uint32_t from) {
+    const uint32_t n = channels(target->pixelType);
+    const bool bgr = target->pixelType == PT::BGR8;
     int wrong = 0;
     for (uint32_t y = 0; y < target->height; ++y) {
         for (uint32_t x = 0; x < target->width; ++x) {
-            const auto rgb = colour(from, x, y);
-            const uint8_t* p = row8(target, y);
-            if (target->pixelType == PT::Mono8) {
-                wrong += p[x] != rgb[0] ? 1 : 0;
-            } else {
-                const bool bgr = target->pixelType == PT::BGR8;
-                for (uint32_t c = 0; c < 3; ++c) {
-                    wrong += p[3 * x + c] != rgb[bgr ? 2 - c : c] ? 1 : 0;
-                }
+            for (uint32_t c = 0; c < n; ++c) {
+                wrong += row8(target, y)[n * x + c] != expected(from, x, y, bgr ? 2 - c : c);
             }
         }
     }
@@ -324,12 +317,8 @@ TEST(Facade, BadNumbersInCommandParametersRaise) {
         {"cmd.display.view.fit", {{"mode", "fit"}}, Invalid},
         {"cmd.display.view.fit", {{"mode", "99999999999"}}, OutOfRange},
         {"cmd.display.view.scale", {{"scale", "1e999"}}, OutOfRange},
-        {"cmd.display.view.at", {{"pos.x", "left"}, {"pos.y", "0"}}, Invalid},
         {"cmd.display.view.translate", {{"pos.x", "1"}, {"pos.y", "-"}}, Invalid},
         {"cmd.parameter.set", {{"name", "image.notification.flags.set"}, {"value", "on"}}, Invalid},
-        {"cmd.parameter.set",
-         {{"name", "image.notification.flags.clear"}, {"value", "4294967296"}},
-         OutOfRange},
     };
     for (auto c : cases) {
         SCOPED_TRACE(testing::Message() << c.command << " " << c.params.begin()->second);
@@ -366,33 +355,21 @@ TEST(Facade, CheckedDeletes) {
 
 // The converter's image stage decides its conversion when it is made, from the first target:
 // each target type needs a converter of its own, and it never scales.
+// Colour to grey is no conversion of the stage: it plans a copy of RGB8, which does not fit a
+// Mono8 target.
 TEST(Facade, ConvertImageThroughTheChain) {
-    const struct {
-        uint32_t from, to, result;
-    } cases[] = {{PT::Mono8, PT::RGB8, 0u},
-                 {PT::Mono8, PT::BGR8, 0u},
-                 {PT::Mono8, PT::Mono8, 0u},
-                 {PT::Mono12, PT::RGB8, 0u},
-                 {PT::Mono12, PT::BGR8, 0u},
-                 {PT::Mono12, PT::Mono8, 0u},
-                 {PT::RGB8, PT::RGB8, 0u},
-                 {PT::RGB8, PT::BGR8, 0u},
-                 // Colour to grey is no conversion of the stage: it plans a copy of RGB8, which
-                 // does not fit a Mono8 target.
-                 {PT::RGB8, PT::Mono8, 0x80FF0001u}};
-    for (auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.from << " to " << c.to);
-        Live live(c.from);
-        ASSERT_EQ(live.initCode, 0u);
-        auto in = source(c.from, W, H);
-        auto out = make(W, H, c.to);
-        ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), out.get()), c.result);
-        if (c.result == 0) {
-            EXPECT_EQ(wrongPixels(out.get(), c.from), 0);
-            EXPECT_EQ(out->imageID, 4711u);
-            EXPECT_EQ(out->timestamp, 987654321u);
-        } else {
-            EXPECT_EQ(out->imageID, 0u);
+    for (uint32_t from : {PT::Mono8, PT::Mono12, PT::RGB8}) {
+        for (uint32_t to : {PT::RGB8, PT::BGR8, PT::Mono8}) {
+            SCOPED_TRACE(testing::Message() << std::hex << from << " to " << to);
+            const uint32_t result = from == PT::RGB8 && to == PT::Mono8 ? 0x80FF0001u : 0u;
+            Live live(from);
+            ASSERT_EQ(live.initCode, 0u);
+            auto in = source(from, W, H);
+            auto out = make(W, H, to);
+            ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), out.get()), result);
+            EXPECT_TRUE(result != 0 || wrongPixels(out.get(), from) == 0);
+            EXPECT_EQ(out->imageID, result == 0 ? 4711u : 0u);
+            EXPECT_EQ(out->timestamp, result == 0 ? 987654321u : 0u);
         }
     }
 }
@@ -429,4 +406,53 @@ TEST(Facade, ConvertImageKeepsItsFirstTargetUntilRebuilt) {
     auto smallIn = source(PT::Mono8, W / 2, H / 2);
     EXPECT_EQ(live.display->ConvertImage(smallIn.get(), small.get()), 0u);
     EXPECT_EQ(wrongPixels(small.get(), PT::Mono8), 0);
+}
+
+// Two hundred set-ups in a row through the flat functions, each with another format or size.
+// Every seventh asks for the GPU backend, which has no screen in this build: code 1 whatever
+// "system.silent" says, as that rule covers only a failed chain. Every eleventh asks for a pixel
+// type that does not exist: silent, an empty display; not silent, code 1. Either way images are
+// taken without a word and nothing is shown, and the next CPU set-up shows images again.
+TEST(Facade, TwoHundredSetUpsOfFormatsSizesAndBackends) {
+    const uint32_t types[] = {PT::Mono8, PT::Mono12, PT::RGB8, PT::BayerRG8, PT::YUV422_8_UYVY};
+    const int sizes[][2] = {{64, 48}, {96, 64}, {32, 16}, {128, 72}, {48, 32}};
+    Live live(PT::Mono8);
+    auto processed = [&] { return long(live.display->processedCounter.frames.load()); };
+    uint32_t id = 0;
+    for (int cycle = 0; cycle < 200; ++cycle) {
+        SCOPED_TRACE(cycle);
+        const bool gpu = cycle % 7 == 6, unknown = !gpu && cycle % 11 == 10;
+        const bool silent = cycle % 2 == 0;
+        const int* size = sizes[(cycle + cycle / 5) % 5];
+        Image image = make(size[0], size[1], types[cycle % 5]);
+        image->pixelType = unknown ? 0x01080199u : image->pixelType;
+        live.display->properties.set("system.silent", silent ? "1" : "0", true);
+        const char* mode = gpu ? "opengl" : "cpu";
+        const uint32_t init = cycle % 3 == 0 ? BrxDisplay_Initialize(live.handle, live.widget.get(),
+                                                                     mode, image.get())
+                                             : live.handle->SetVideoMode(image.get(), mode);
+        if (gpu || unknown) {
+            EXPECT_EQ(init, unknown && silent ? 0u : 0x80FF0001u) << std::hex << init;
+            EXPECT_EQ(live.display->currentImage, nullptr);
+            image->pixelType = types[cycle % 5];
+            EXPECT_EQ(BrxDisplay_DisplayVideo(live.handle, image.get()), 0u);
+            pump(3);
+            EXPECT_EQ(processed(), 0);
+            continue;
+        }
+        ASSERT_EQ(init, 0u) << std::hex << init;
+        for (long shown = 1; shown <= 2; ++shown) {
+            // Every byte the same is a valid sample of each of these formats, Mono12 included.
+            std::memset(image->imageData, 0x07 + int(shown), image->imageSize);
+            image->imageID = ++id;
+            ASSERT_EQ(BrxDisplay_DisplayVideo(live.handle, image.get()), 0u);
+            ASSERT_TRUE(pumpUntil([&] { return processed() == shown; }));
+            BrxImage* onWindow = live.display->getWindow()->currentImage();
+            ASSERT_NE(onWindow, nullptr);
+            EXPECT_EQ(onWindow, live.display->chain->Output());
+            EXPECT_EQ(onWindow->imageID, id);
+            EXPECT_EQ(onWindow->width, uint32_t(size[0]));
+            EXPECT_EQ(onWindow->height, uint32_t(size[1]));
+        }
+    }
 }
