@@ -53,11 +53,6 @@ TEST(Converter, StopsAtTheOutputStageAndBracketsTheSurface) {
     BorrowedChain setup(mono.get());
     ASSERT_EQ(setup.chainCode, 0u);
     QTDProcessor& chain = setup.chain;
-    EXPECT_EQ(chain.Parent(), &setup.controller.component);
-    EXPECT_EQ(chain.properties.getAs<void*>("display"), static_cast<void*>(&setup.controller));
-    // The stages report to the chain, not to the controller.
-    auto* stage = dynamic_cast<QTD::ImageProcessorData*>(chain.GetProcessor("image.output"));
-    EXPECT_EQ(stage->Parent(), chain.GetComponent());
     EXPECT_EQ(chain.getSurface(), nullptr);
     CountingSurface surface;
     setup.controller.component.properties.set("surface", QTD::ATTR(static_cast<void*>(&surface)),
@@ -79,8 +74,6 @@ TEST(Converter, StopsAtTheOutputStageAndBracketsTheSurface) {
     EXPECT_EQ(surface.begins, 2);
     EXPECT_EQ(surface.ends, 2);
     EXPECT_EQ(target->imageID, 41u);
-    EXPECT_EQ(converter.properties.getAs<void*>("@src"), static_cast<void*>(mono.get()));
-    EXPECT_EQ(converter.properties.getAs<void*>("@out"), static_cast<void*>(target.get()));
     EXPECT_EQ(converter.state, QTDConverter::StateReady);
 
     // A failing stage fails the pass and the request, the surface still ended.
@@ -140,8 +133,6 @@ TEST(Converter, SetUpFailuresAndANewGeometry) {
     EXPECT_EQ(convert(converter, mono.get(), target.get()), -int(CodeBadArgument));
 
     converter.Release();
-    EXPECT_EQ(converter.state, QTDConverter::StateIdle);
-    EXPECT_EQ(converter.lastStage, nullptr);
     EXPECT_FALSE(converter.BeginProcessing());
 }
 
