@@ -2,10 +2,19 @@
 
 #include "FrontTestSupport.h"
 
+#include "front/BrxDisplayImpl.h"
 #include "window/QTDWindow.h"
+
+#include <brx/BrxComponent.h>
+#include <brx/BrxDisplay.h>
+#include <brx/BrxImgProcessingChain.h>
+#include <brx/BrxImgProcessor.h>
 
 #include <gtest/gtest.h>
 
+#include <QKeyEvent>
+
+#include <cstring>
 #include <stdexcept>
 #include <vector>
 
@@ -116,4 +125,146 @@ TEST(DisplayOverlay, NothingWithoutAShownImage) {
     d.deleteProfileLine(0);
     d.clearProfileLines();
     d.setActiveProfileLine(1);
+}
+
+TEST(DisplayOverlay, TextOfTheOverlayStageIsBurntIntoConvertedImagesNotLaidOnTheView) {
+    auto widget = host();
+    BrxDisplay* handle = BrxDisplay_CreateComponent();
+    Image format = make(64, 48, PT::Mono8);
+    std::memset(format->imageData, 0, format->imageSize);
+    ASSERT_EQ(BrxDisplay_Initialize(handle, widget.get(), "cpu", format.get()), 0u);
+    QTDDisplay* display = static_cast<BrxDisplayImpl*>(handle)->display;
+    // A fresh source each time: the stage draws in place, on whatever image reaches it.
+    auto convert = [&] {
+        Image source = make(64, 48, PT::Mono8), target = make(64, 48, PT::Mono8);
+        std::memset(source->imageData, 0, source->imageSize);
+        EXPECT_EQ(BrxDisplay_ConvertImage(handle, source.get(), target.get()), 0u);
+        return std::vector<uint8_t>(row8(target.get(), 0), row8(target.get(), 0) + 64 * 48);
+    };
+    const std::vector<uint8_t> plain = convert();
+
+    // The application reaches the stage through the chain and talks to its component.
+    BrxImgProcessor* stage = display->GetProcessingChain()->GetProcessor("image.overlay");
+    ASSERT_NE(stage, nullptr);
+    BrxComponent* overlay = stage->GetComponent();
+    char text[] = "BURN";
+    overlay->SetParamString("text.text", text);
+    overlay->SetParamInt("text.pos.x", 4);
+    overlay->SetParamInt("text.pos.y", 20);
+    overlay->SetParamInt("text.clr", 0xFFFFFF);
+    ASSERT_EQ(overlay->RunCommand("text.add"), 0u);
+    const std::vector<uint8_t> burnt = convert();
+    long changed = 0;
+    for (size_t i = 0; i < plain.size(); ++i)
+        changed += burnt[i] != plain[i] ? 1 : 0;
+    EXPECT_GT(changed, 10);
+    EXPECT_EQ(display->getWindow()->drawObjects.count(), 0);
+
+    // Removed again, the next conversion is the plain image.
+    ASSERT_EQ(overlay->RunCommand("del"), 0u);
+    EXPECT_EQ(convert(), plain);
+    BrxDisplay_DeleteComponent(handle);
+}
+
+TEST(DisplayOverlay, BadOverlayRequestsAreAnsweredNotCrashed) {
+    Shown s(true);
+    ASSERT_EQ(s.initCode, 0u);
+    QTDDisplay& d = s.display;
+    Params t{{"text.text", "t"}, {"text.pos.x", "5"}, {"text.pos.y", "6"}};
+    Params r{{"rect.x", "1"}, {"rect.y", "2"}, {"rect.w", "8"}, {"rect.h", "4"}};
+    ASSERT_EQ(d.RunCommandParams("cmd.display.overlay.text.add", &t), 1);
+    const std::string text = t["objectID"];
+    auto with = [](Params p, Params more) {
+        for (auto& entry : more)
+            p[entry.first] = entry.second;
+        return p;
+    };
+    const struct {
+        const char* what;
+        const char* command;
+        Params params;
+        int result;
+        const char* textType; // what the text object is afterwards; "" when gone
+    } cases[] = {
+        // An unknown system converts nothing: the object keeps the numbers as given.
+        {"unknown cs", "cmd.display.overlay.rect.add", with(r, {{"cs", "moon"}}), 1, "text"},
+        {"unknown cs of a text", "cmd.display.overlay.text.add", with(t, {{"cs", "moon"}}), 1,
+         "text"},
+        {"empty text", "cmd.display.overlay.text.add", with(t, {{"text.text", ""}}), 0, "text"},
+        {"empty text keeps the object", "cmd.display.overlay.text.add",
+         with(t, {{"text.text", ""}, {"objectID", text}}), 0, "text"},
+        {"negative size", "cmd.display.overlay.rect.add",
+         with(r, {{"rect.w", "-8"}, {"rect.h", "-4"}, {"cs", "img"}}), 1, "text"},
+        {"line all negative",
+         "cmd.display.overlay.profline.add",
+         {{"x0", "-1"}, {"y0", "-1"}, {"x1", "-1"}, {"y1", "-1"}},
+         0,
+         "text"},
+        {"unknown id", "cmd.display.overlay.del", {{"objectID", "nosuch"}}, 0, "text"},
+        {"no id", "cmd.display.overlay.rect.del", {}, 0, "text"},
+        // Ids carry no type for the commands: a line call replaces the text as a whole ...
+        {"line over a text id",
+         "cmd.display.overlay.profline.add",
+         {{"x0", "1"}, {"y0", "2"}, {"x1", "3"}, {"y1", "4"}, {"objectID", text}},
+         1,
+         "line"},
+        // ... and a rectangle's delete removes whatever has the id.
+        {"rect delete of a line id", "cmd.display.overlay.rect.del", {{"objectID", text}}, 1, ""},
+    };
+    for (auto c : cases) {
+        EXPECT_EQ(d.RunCommandParams(c.command, &c.params), c.result) << c.what;
+        QTD::PROPERTIES* o = object(s, text);
+        EXPECT_EQ(o ? o->get("type") : "", c.textType) << c.what;
+    }
+    QTD::PROPERTIES* moon = nullptr;
+    for (int i = 0; i < objects(s).count() && moon == nullptr; ++i)
+        if (objects(s).at(i)->get("cs") == "moon")
+            moon = objects(s).at(i);
+    ASSERT_NE(moon, nullptr);
+    EXPECT_EQ(moon->get("x") + "," + moon->get("w.cs"), "1,8");
+
+    // Conversions of points with unknown systems say so.
+    Params point{{"pos.x", "3"}, {"pos.y", "4"}, {"cs.src", "moon"}, {"cs.dst", "img"}};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.translate", &point), 1);
+    EXPECT_EQ(point["result"], "0");
+    // A wrong-typed id deletes no text, and profile-line indices past the end do nothing.
+    const int count = objects(s).count();
+    d.deleteProfileLine(5);
+    d.setActiveProfileLine(-2);
+    EXPECT_EQ(objects(s).count(), count);
+}
+
+// The window's key sequences go out through the messenger; an application that wants them to act
+// hands them back to the controller.
+class Forwarder : public BrxDisplayCommand {
+public:
+    explicit Forwarder(QTDDisplay& display) : display(display) {}
+    int RunCommandParams(const char* command, Params* params) override {
+        return QTD::ATTR(command).samel("cmd.display.view")
+                   ? display.RunCommandParams(command, params)
+                   : 0;
+    }
+    QTDDisplay& display;
+};
+
+TEST(DisplayOverlay, TypingSdInTheWindowTogglesTheStatusLine) {
+    Shown s(true);
+    ASSERT_EQ(s.initCode, 0u);
+    Forwarder forwarder(s.display);
+    s.display.AppendNotificationProc(&forwarder);
+    auto type = [&](std::initializer_list<int> keys) {
+        for (int k : keys) {
+            QKeyEvent e(QEvent::KeyPress, k, Qt::NoModifier);
+            QCoreApplication::sendEvent(s.display.getWindow(), &e);
+        }
+    };
+    type({Qt::Key_X, Qt::Key_S, Qt::Key_D});
+    EXPECT_TRUE(pumpUntil([&] { return objects(s).isExist("@status", ""); }));
+    type({Qt::Key_S, Qt::Key_D});
+    EXPECT_TRUE(pumpUntil([&] { return !objects(s).isExist("@status", ""); }));
+    // A key between those of the sequence breaks it.
+    type({Qt::Key_S, Qt::Key_X, Qt::Key_D});
+    pump(100);
+    EXPECT_FALSE(objects(s).isExist("@status", ""));
+    s.display.DeleteNotificationProc(&forwarder);
 }
