@@ -62,9 +62,9 @@ void Messenger::addCommon(Map& target) {
 }
 
 // The messenger's own thread never takes `senders`: it holds `guard` while it delivers, and a
-// receiver that sends or posts from there would otherwise take `senders` after `guard`, the
-// reverse of the order of postCommandParams on other threads. `guard` keeps such a call apart
-// from every post already.
+// receiver that sends or posts from there would otherwise take `senders` after `guard`, while a
+// receiver called by a sender on another thread may add or remove receivers, and so wait for
+// `guard` with `senders` held. Receivers accept calls from both threads at once in any case.
 RMutex* Messenger::sendersFor() {
     return inOwnThread() ? nullptr : &senders;
 }
@@ -89,7 +89,10 @@ int Messenger::postCommandParams(char const* command, Map* params) {
     AutoLock holdSenders(sendersFor(), "");
     if (!command)
         return 0;
-    std::lock_guard<std::recursive_mutex> hold(guard);
+    // No `guard` here: `pending` has its own lock, and delivery takes its batch out of `pending`
+    // first. A post waiting for a delivery to end would deadlock with any receiver that, during
+    // that delivery, takes a lock the poster holds (the window's input lock, the controller's
+    // set-up lock).
     PROPERTIES local;
     if (params)
         for (auto const& pair : *params)

@@ -1182,14 +1182,15 @@ void QTDDisplay::clearProfileLines() {
 // ---------------------------------------------------------------------------------------------
 // Notifications
 
+// The messenger guards its own list. Holding `setupLock` around it would nest the messenger's
+// delivery lock inside `setupLock`, while a receiver that steers the view from a delivery takes
+// them the other way round.
 int QTDDisplay::AppendNotificationProc(BrxDisplayCommand* receiver) {
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
     messenger.addCommandProcessor(receiver);
     return 1;
 }
 
 int QTDDisplay::DeleteNotificationProc(BrxDisplayCommand* receiver) {
-    std::lock_guard<std::recursive_mutex> setup(setupLock);
     messenger.delCommandProcessor(receiver);
     return 1;
 }
