@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -70,6 +71,37 @@ QTD::ATTR real(double v) {
 
 } // namespace
 
+// The screen's lock. A "view.changed" found while it is held goes out once the outermost hold
+// on this thread has let go: the window takes its own locks to handle it, and threads that
+// hold those while they call into the screen would otherwise meet this one in reverse order.
+class QTDScreen::Hold {
+public:
+    Hold(QTDScreen& screen, bool take, char const* site) : screen(screen), taken(take) {
+        if (!take)
+            return;
+        lock.emplace(&screen.mutex, site);
+        ++screen.holdDepth;
+        screen.holder = std::this_thread::get_id();
+    }
+    ~Hold() {
+        if (!taken)
+            return;
+        const bool outermost = --screen.holdDepth == 0;
+        if (outermost)
+            screen.holder = std::thread::id();
+        lock.reset();
+        if (outermost)
+            screen.sendPendingViewChange();
+    }
+    Hold(Hold const&) = delete;
+    Hold& operator=(Hold const&) = delete;
+
+private:
+    QTDScreen& screen;
+    bool taken;
+    std::optional<QTD::AutoLock> lock;
+};
+
 QTDScreen::QTDScreen(QTDSurface* s) : surface(s), mutex("QTDScreen") {
     props.set("screen.min", QTD::ATTR(60), true);
     props.set("screen.max", QTD::ATTR(40000), true);
@@ -99,7 +131,7 @@ int QTDScreen::readInt(char const* key) {
 }
 
 bool QTDScreen::init(QTD::CommandProcessor* w, int width, int height, FitMode fitMode) {
-    QTD::AutoLock hold(&mutex, "QTDScreen::init");
+    Hold hold(*this, true, "QTDScreen::init");
     viewReceiver = w;
     image(width, height);
     fit(static_cast<int>(fitMode), false);
@@ -108,7 +140,7 @@ bool QTDScreen::init(QTD::CommandProcessor* w, int width, int height, FitMode fi
 }
 
 bool QTDScreen::shut(bool lock) {
-    QTD::AutoLock hold(lock ? &mutex : static_cast<QTD::RMutex*>(nullptr), "QTDScreen::shut");
+    Hold hold(*this, lock, "QTDScreen::shut");
     imageWidth = 0;
     imageHeight = 0;
     return true;
@@ -148,7 +180,7 @@ bool QTDScreen::ready() {
 }
 
 QTDScreen& QTDScreen::window(int w, int h) {
-    QTD::AutoLock hold(&mutex, "QTDScreen::window");
+    Hold hold(*this, true, "QTDScreen::window");
     QTD::PROPERTIES snapshot;
     stateProps(snapshot);
     if (w >= 1 && h >= 1) {
@@ -171,7 +203,7 @@ QTDScreen& QTDScreen::window(int w, int h) {
 }
 
 QTDScreen& QTDScreen::image(int w, int h) {
-    QTD::AutoLock hold(&mutex, "QTDScreen::image");
+    Hold hold(*this, true, "QTDScreen::image");
     QTD::PROPERTIES snapshot;
     stateProps(snapshot);
     if (w >= 1 && h >= 1) {
@@ -254,7 +286,7 @@ bool QTDScreen::calculate() {
 QTDScreen& QTDScreen::scale(double value, bool lock) {
     if (value < 0 || !ready())
         return *this;
-    QTD::AutoLock hold(lock ? &mutex : static_cast<QTD::RMutex*>(nullptr), "QTDScreen::scale");
+    Hold hold(*this, lock, "QTDScreen::scale");
     double screenMax = readInt("screen.max");
     double screenMin = readInt("screen.min");
     double lo = std::max(divide(imageWidth, screenMax), divide(imageHeight, screenMax));
@@ -288,7 +320,7 @@ bool QTDScreen::fit(int mode, bool lock) {
     props.set("fit", QTD::ATTR(static_cast<int>(clampTo(mode, 0, 3))), true);
     if (!ready())
         return false;
-    QTD::AutoLock hold(lock ? &mutex : static_cast<QTD::RMutex*>(nullptr), "QTDScreen::fit");
+    Hold hold(*this, lock, "QTDScreen::fit");
     QTD::PROPERTIES snapshot;
     if (lock)
         stateProps(snapshot);
@@ -686,7 +718,16 @@ bool QTDScreen::checkStateChanged(QTD::PROPERTIES& state, bool notify) {
     // changed; a spurious "view.changed" does no harm.
     if (x == centerX && y == centerY && std::fabs(s - scaleValue) < NEAR_ZERO)
         return false;
-    if (notify && notifyEnabled && viewReceiver)
-        viewReceiver->processCommand("view.changed", nullptr);
+    if (notify && notifyEnabled && viewReceiver) {
+        if (holder.load() == std::this_thread::get_id())
+            viewChangePending = true;
+        else
+            viewReceiver->processCommand("view.changed", nullptr);
+    }
     return true;
+}
+
+void QTDScreen::sendPendingViewChange() {
+    if (viewChangePending.exchange(false) && viewReceiver)
+        viewReceiver->processCommand("view.changed", nullptr);
 }

@@ -9,6 +9,9 @@
 
 #include <brx/BrxImage.h>
 
+#include <atomic>
+#include <thread>
+
 class QTDSurface;
 
 // The model of the view: which part of an image shows in a window, at what scale and where. The
@@ -105,6 +108,14 @@ public:
     int32_t lockY = -1;
 
 private:
+    class Hold;
+    void sendPendingViewChange();
+
+    // Who holds `mutex` and how deeply; written only with `mutex` held.
+    std::atomic<std::thread::id> holder{};
+    int holdDepth = 0;
+    std::atomic<bool> viewChangePending{false};
+
     enum Axis { AxisX, AxisY };
     bool translateOne(double& value, Axis axis, QTD::ATTR const& from, QTD::ATTR const& to,
                       bool absolute);
