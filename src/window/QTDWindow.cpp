@@ -1,6 +1,7 @@
 #include "window/QTDWindow.h"
 #include "screen/Rounding.h"
 
+#include "core/AutoLock.h"
 #include "core/Messenger.h"
 #include "cpu/CPUScreen.h"
 #include "cpu/CPUSurface.h"
@@ -137,8 +138,12 @@ void QTDWindow::render() {
                   idOf(current));
         screen->prepare(&frame);
         // Text templates read the image of this frame.
-        if (QTD::TextParser* parser = drawObjects.parser())
-            parser->vars.set("image", QTD::ATTR(static_cast<void*>(current)), true);
+        {
+            QTD::AutoLock hold(&drawObjects.mutex);
+            frameRecord = *current;
+            if (QTD::TextParser* parser = drawObjects.parser())
+                parser->vars.set("image", QTD::ATTR(static_cast<void*>(&frameRecord)), true);
+        }
         drawObjects.render(surface, &frame);
     }
     screen->end(&frame, true);

@@ -97,6 +97,10 @@ public:
     QTDZoom* zoomView = nullptr;
     // Not owned: the display controller keeps it alive until the next one has been taken.
     std::atomic<BrxImage*> image{nullptr};
+    // The record of the image of the last frame, for text templates. Overlay calls on other
+    // threads expand templates while the chain rewrites the live record; the copy changes only
+    // under the overlay list's lock, as every expansion runs.
+    BrxImage frameRecord{};
     // The identifier of `image` when it was set, for log lines written on other threads.
     std::atomic<unsigned long> imageID{0};
     // 0 while creation goes well, 1 once a step of init failed.
