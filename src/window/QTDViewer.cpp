@@ -219,14 +219,19 @@ void QTDViewer::resizeEvent(QResizeEvent* event) {
         container->resize(event->size());
 }
 
-void QTDViewer::slotHorzSliderChanged(int value) {
+// The bars move inside the window's own calls (a new image, a view change) while it holds its
+// state lock: the receiver lock guards only the look-up, so that it never nests outside that.
+QTDWindow* QTDViewer::sliderTarget() {
     std::lock_guard<std::recursive_mutex> hold(processorGuard);
-    if (window)
-        window->setScroll(value, -1);
+    return window;
+}
+
+void QTDViewer::slotHorzSliderChanged(int value) {
+    if (QTDWindow* target = sliderTarget())
+        target->setScroll(value, -1);
 }
 
 void QTDViewer::slotVertSliderChanged(int value) {
-    std::lock_guard<std::recursive_mutex> hold(processorGuard);
-    if (window)
-        window->setScroll(-1, value);
+    if (QTDWindow* target = sliderTarget())
+        target->setScroll(-1, value);
 }

@@ -70,6 +70,8 @@ public:
     BrxImage* image = nullptr;
 
 private:
+    QTDWindow* sliderTarget();
+
     QTDDisplay* controller = nullptr;
     QScrollBar* horzBar = nullptr;
     // Both live in the application's widget when there is one, which may delete them first.
