@@ -1,24 +1,26 @@
 #pragma once
 
-// Helpers of the front-end tests: images with known pixels, a host widget, and an event pump
-// that stands in for the application's event loop.
+// Helpers of the front-end tests.
 
 #include "chain/QTDProcs.h"
+#include "front/BrxDisplayImpl.h"
 #include "front/QTDDisplay.h"
 #include "image/QTDImageHelpers.h"
 
+#include <brx/BrxDisplay.h>
 #include <brx/BrxDisplayCommand.h>
 #include <brx/BrxImage.h>
 
 #include <QCoreApplication>
 #include <QWidget>
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +28,7 @@
 namespace FrontTest {
 
 namespace PT = QTD::Procs::PixelType;
+using Params = std::map<std::string, std::string>;
 
 struct Deleter {
     void operator()(BrxImage* image) const { QTDImageHelpers::imageDelete(image); }
@@ -69,9 +72,18 @@ inline bool pumpUntil(const std::function<bool()>& done, int ms = 5000) {
     return true;
 }
 
-// Runs the event loop for `ms`.
 inline void pump(int ms) {
     pumpUntil([] { return false; }, ms);
+}
+
+// "a=1 b=2" as a parameter map.
+inline Params of(const std::string& text) {
+    Params params;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        params[word.substr(0, word.find('='))] = word.substr(word.find('=') + 1);
+    }
+    return params;
 }
 
 // A host widget of a known size.
@@ -82,12 +94,13 @@ inline std::unique_ptr<QWidget> host(int width = 320, int height = 240) {
     return widget;
 }
 
-// A controller set up for 64x48 Mono8 images in a widget of its own; `showFirst` shows the
-// format image (seed 1) before the test starts.
+// A controller set up, as it must be, for 64x48 Mono8 images; `showFirst` shows the format image
+// (seed 1).
 struct Shown {
     explicit Shown(bool showFirst = false)
         : widget(host()), display(widget.get(), false), format(makeMono8(64, 48, 1)) {
         initCode = display.Init(format.get());
+        EXPECT_EQ(initCode, 0u);
         if (showFirst && initCode == 0) {
             display.ProcessImage(format.get());
             pumpUntil([&] { return processed() == 1; });
@@ -101,28 +114,21 @@ struct Shown {
     uint32_t initCode = 0;
 };
 
-// Records every command it receives.
-class Receiver : public BrxDisplayCommand {
-public:
-    int RunCommandParams(const char* command, std::map<std::string, std::string>* params) override {
-        std::lock_guard<std::mutex> lock(mutex);
-        calls.emplace_back(command ? command : "",
-                           params ? *params : std::map<std::string, std::string>());
-        return 0;
+// A display set up through the flat functions, in a widget of its own.
+struct Live {
+    explicit Live(uint32_t type, int width = 40, int height = 30)
+        : widget(host()), handle(BrxDisplay_CreateComponent()),
+          display(dynamic_cast<BrxDisplayImpl*>(handle)->display) {
+        auto format = make(width, height, type);
+        initCode = BrxDisplay_Initialize(handle, widget.get(), "cpu", format.get());
+        EXPECT_EQ(initCode, 0u);
     }
-    std::vector<std::pair<std::string, std::map<std::string, std::string>>> received() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return calls;
-    }
-    int count(const std::string& command) {
-        int n = 0;
-        for (auto& call : received()) {
-            n += call.first == command ? 1 : 0;
-        }
-        return n;
-    }
-    std::mutex mutex;
-    std::vector<std::pair<std::string, std::map<std::string, std::string>>> calls;
+    ~Live() { BrxDisplay_DeleteComponent(handle); }
+    long processed() { return long(display->processedCounter.frames.load()); }
+    std::unique_ptr<QWidget> widget;
+    BrxDisplay* handle;
+    QTDDisplay* display;
+    uint32_t initCode;
 };
 
 } // namespace FrontTest

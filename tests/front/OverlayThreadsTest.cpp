@@ -5,17 +5,13 @@
 
 #include "window/QTDWindow.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 
 using namespace FrontTest;
-using Params = std::map<std::string, std::string>;
 
 TEST(OverlayThreads, OverlayCallsFromAThreadWhileFramesRender) {
     Shown s(true);
-    ASSERT_EQ(s.initCode, 0u);
     QTDDisplay& d = s.display;
     std::atomic<bool> stop{false};
     std::atomic<int> rounds{0};
@@ -35,11 +31,10 @@ TEST(OverlayThreads, OverlayCallsFromAThreadWhileFramesRender) {
                         {"text.pos.y", i % 2 ? "-1" : "9"},
                         {"cs", i % 3 ? "img" : "win"}};
             d.RunCommandParams("cmd.display.overlay.text.add", &text);
-            Params kept{{"objectID", "@kept"}};
+            Params kept = of("objectID=@kept"), img = of("cs=img");
             d.SetOverlayText("kept", 9, -1, &kept);
-            Params img{{"cs", "img"}};
             const QTD::ATTR rect = d.SetOverlayRect(1, 2, 20, 10, &img);
-            Params line{{"x0", "0"}, {"y0", "0"}, {"x1", "30"}, {"y1", "20"}, {"cs", "img"}};
+            Params line = of("x0=0 y0=0 x1=30 y1=20 cs=img");
             d.RunCommandParams("cmd.display.overlay.profline.add", &line);
             d.SetOverlayProfileLine(5, 5, 9, 9, &img);
             d.setActiveProfileLine(1);
