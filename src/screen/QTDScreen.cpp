@@ -191,12 +191,7 @@ QTDScreen& QTDScreen::window(int w, int h) {
         windowCenterY = h / 2.0;
         if (surface)
             surface->setSize(w, h);
-        calculate();
-        if (changed) {
-            // The limits follow the new size, and the fit mode is applied again.
-            scale(scale(), false);
-            fit(fit(), false);
-        }
+        recalculate(changed);
     }
     checkStateChanged(snapshot, true);
     return *this;
@@ -210,14 +205,19 @@ QTDScreen& QTDScreen::image(int w, int h) {
         bool changed = w != imageWidth || h != imageHeight;
         imageWidth = w;
         imageHeight = h;
-        calculate();
-        if (changed) {
-            scale(scale(), false);
-            fit(fit(), false);
-        }
+        recalculate(changed);
     }
     checkStateChanged(snapshot, true);
     return *this;
+}
+
+void QTDScreen::recalculate(bool sizeChanged) {
+    calculate();
+    // The limits follow a new size, and the fit mode is applied again.
+    if (sizeChanged) {
+        scale(scale(), false);
+        fit(fit(), false);
+    }
 }
 
 bool QTDScreen::calculate() {

@@ -110,6 +110,7 @@ public:
 private:
     class Hold;
     void sendPendingViewChange();
+    void recalculate(bool sizeChanged);
 
     // Who holds `mutex` and how deeply; written only with `mutex` held.
     std::atomic<std::thread::id> holder{};
