@@ -1,7 +1,4 @@
-// The CPU stages: the refusals that every one shares; the general-purpose image stage
-// (mono to RGB, red-blue swap, the disabled pass-through), the transport stages (packed mono,
-// UYVY) and the demosaicing stage; the stages that change colours in place (gain, offset and
-// gamma through the lookup table; exposure coloration); and texts burnt into images.
+// The CPU stages alone; their pixels through whole chains are checked in tests/chain.
 
 #include "cpu/CPUIPImage.h"
 #include "chain/QTDProcessor.h"
@@ -40,32 +37,10 @@ bool allZero(const BrxImage* image) {
     return std::all_of(bytes, bytes + image->imageSize, [](uint8_t b) { return b == 0; });
 }
 
-// A mosaic of `type` (patterns GR, RG, BG, GB: the order of each depth's group in BAYER_INDEX)
-// sampled from the flat `colour` (red, green, blue), in the type's own depth.
-TestImages::Image mosaic(int width, int height, uint32_t type, std::array<int, 3> colour) {
-    static const int sites[4][4] = {{1, 0, 2, 1}, {0, 1, 1, 2}, {2, 1, 1, 0}, {1, 2, 0, 1}};
-    auto image = TestImages::make(width, height, type);
-    const int pattern = indexOf(BAYER_INDEX, type) & 3;
-    for (uint32_t y = 0; y < image->height; ++y)
-        for (uint32_t x = 0; x < image->width; ++x) {
-            const int v = colour[sites[pattern][(y & 1) * 2 + (x & 1)]];
-            if (image->bitsPerChannel == 8)
-                row8(image.get(), y)[x] = uint8_t(v);
-            else
-                row16(image.get(), y)[x] = uint16_t(v);
-        }
-    return image;
-}
-
-// The table's rule, computed here on its own: level * gain + top * offset, then gamma on level
-// values, rounded half away from zero and clamped.
-int expected(int level, int top, double gain, double offset, double gamma) {
-    double v = level * gain + top * offset;
-    if (std::fabs(gamma) >= 1e-7 && std::fabs(gamma - 1.0) >= 1e-7) {
-        v = std::pow(v > 0.0 ? v : 0.004, gamma);
-    }
-    const long r = std::lround(v);
-    return int(std::clamp<long>(r, 0, top));
+// The table's rule on its own: (level * gain + 255 * offset) ^ gamma, rounded and clamped.
+int expected(int level, double gain, double offset, double gamma) {
+    const double v = level * gain + 255 * offset;
+    return int(std::clamp<long>(std::lround(std::pow(v > 0.0 ? v : 0.004, gamma)), 0, 255));
 }
 
 std::vector<uint8_t> bytesOf(BrxImage* image) {
@@ -75,10 +50,8 @@ std::vector<uint8_t> bytesOf(BrxImage* image) {
 
 } // namespace
 
-// No image, a format that the stage does not take, an image before the set-up and none after
-// it, one twice as wide as the set-up's and one without pixels: each gives its code, and nothing
-// crashes. The stages that work in place take any size; the decoding ones show black for what
-// they cannot decode.
+// Images refused at and after the set-up, each with its code: the stages that work in place take
+// any size; the decoding ones show black for what they cannot decode.
 TEST(CpuStages, RefuseWhatTheyCannotTake) {
     struct Case {
         BrxImgProcessor* (*create)();
@@ -136,40 +109,35 @@ TEST(CPUIPImage, ColourConversionsToRgb8) {
         const bool mono = isIn(MONO_INDEX, from);
         auto input =
             mono ? TestImages::makeMono(11, 3, from) : TestImages::makeColour8(11, 3, from);
-        auto copy = mono ? TestImages::makeMono(11, 3, from) : TestImages::makeColour8(11, 3, from);
         auto display = TestImages::make(11, 3, PixelType::RGB8);
         ASSERT_EQ(s->Init(input.get(), display.get()), 0u);
         ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
         ASSERT_EQ(s->Output()->pixelType, PixelType::RGB8);
-        const int shift = int(copy->bitsPerChannel) - 8;
+        const int shift = int(input->bitsPerChannel) - 8;
         const bool bgr = from == PixelType::BGR8;
         auto expected = [&](uint32_t x, uint32_t y) -> std::array<int, 3> {
             if (mono) {
-                const int v = shift > 0 ? row16(copy.get(), y)[x] >> shift : row8(copy.get(), y)[x];
+                const int v =
+                    shift > 0 ? row16(input.get(), y)[x] >> shift : row8(input.get(), y)[x];
                 return {v, v, v};
             }
-            const uint8_t* p = row8(copy.get(), y) + 3 * x;
+            const uint8_t* p = row8(input.get(), y) + 3 * x;
             return {p[bgr ? 2 : 0], p[1], p[bgr ? 0 : 2]};
         };
         TestImages::expectPixels(s->Output(), expected, 0, 0);
     }
 }
 
-TEST(CPUIPUnpack, Mono12pUnpacksToSixteenBitSamplesOrBlack) {
+// A change of format between images is refused, not misread; a truncated image is black.
+TEST(CPUIPUnpack, AnotherFormatIsRefusedAndATruncatedImageIsBlack) {
     Owned<CPUIPUnpack> s;
     auto input = TestImages::make(4, 2, PixelType::Mono12p);
-    const uint8_t bytes[12] = {0xFF, 0x0F, 0x00, 0x00, 0xF0, 0xFF, 0x21, 0x43, 0x65, 0, 0, 0};
-    std::memcpy(input->imageData, bytes, sizeof(bytes));
+    std::memset(input->imageData, 0x5A, input->imageSize);
     input->imageID = 42;
     ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
     EXPECT_EQ(s->Format(false)->pixelType, PixelType::Mono12);
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    BrxImage* out = s->Output();
-    EXPECT_EQ(out->imageID, 42u);
-    const uint16_t samples[2][4] = {{4095, 0, 0, 4095}, {0x321, 0x654, 0, 0}};
-    for (uint32_t i = 0; i < 8; ++i)
-        EXPECT_EQ(row16(out, i / 4)[i % 4], samples[i / 4][i % 4]) << i;
-    // A change of format between images is refused, not misread; a truncated image is black.
+    EXPECT_EQ(s->Output()->imageID, 42u);
     auto plain = TestImages::make(4, 2, PixelType::Mono12);
     EXPECT_EQ(s->ProcessImage(plain.get(), nullptr, nullptr), statusWord(CodeFailed));
     input->imageSize = 2; // far too few bytes for 4 x 2 pixels
@@ -177,24 +145,17 @@ TEST(CPUIPUnpack, Mono12pUnpacksToSixteenBitSamplesOrBlack) {
     EXPECT_TRUE(allZero(s->Output()));
 }
 
-// Images that do not fit the set-up are refused; a truncated one gives black and success.
-TEST(CPUIPYUV2RGB, ConvertsAndGivesBlackOnAFailedConversion) {
+TEST(CPUIPYUV2RGB, ShortRowsAndOddWidthsGiveBlack) {
     Owned<CPUIPYUV2RGB> s;
     auto input = TestImages::make(4, 1, PixelType::YUV422_8_UYVY);
-    const uint8_t grey[8] = {128, 126, 128, 126, 128, 235, 128, 16};
-    std::memcpy(input->imageData, grey, sizeof(grey));
+    std::memset(input->imageData, 200, input->imageSize);
     ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    const uint8_t* rgb = row8(s->Output(), 0);
-    EXPECT_NEAR(rgb[0], 128, 2);
-    EXPECT_NEAR(rgb[7], 255, 1);
-    EXPECT_NEAR(rgb[11], 0, 1);
-
+    ASSERT_FALSE(allZero(s->Output()));
     input->stride = 2; // rows shorter than the pixels they must hold
     ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
     EXPECT_TRUE(allZero(s->Output()));
 
-    // An odd width is black too, not a crash.
     auto five = TestImages::make(5, 2, PixelType::YUV422_8_UYVY);
     std::memset(five->imageData, 200, five->imageSize);
     ASSERT_EQ(s->Init(five.get(), nullptr), 0u);
@@ -208,35 +169,10 @@ TEST(CPUIPBayer, RefusesPackedMosaicsAndASingleSite) {
         auto input = TestImages::make(8, 6, type);
         EXPECT_EQ(s->Init(input.get(), nullptr), statusWord(CodeNotSupported)) << std::hex << type;
     }
-    // A 1 x 1 mosaic has no cell to demosaic: the component's set-up refuses it.
+    // A 1 x 1 mosaic has no cell to demosaic.
     auto tiny = TestImages::make(1, 1, PixelType::BayerRG8);
     EXPECT_EQ(s->Init(tiny.get(), nullptr), statusWord(CodeNoResources));
     EXPECT_EQ(s->ProcessImage(tiny.get(), nullptr, nullptr), statusWord(CodeNotReady));
-}
-
-TEST(CPUIPBayer, FlatColoursLandInTheirChannelsForEveryPatternAndAlgorithm) {
-    const std::array<int, 3> colour8 = {220, 90, 15};
-    for (int at = 0; at < 20; ++at) { // 8 to 16 bits, four patterns each
-        const int shift = at / 4 * 2;
-        const std::array<int, 3> colour = {colour8[0] << shift, colour8[1] << shift,
-                                           colour8[2] << shift};
-        for (int algorithm = 0; algorithm < 3; ++algorithm)
-            for (bool bgr : {false, true}) {
-                Owned<CPUIPBayer> s;
-                s->SetParamInt("BayerAlgType", algorithm);
-                auto input = mosaic(13, 7, BAYER_INDEX[at], colour);
-                auto order = TestImages::make(13, 7, bgr ? PixelType::BGR8 : PixelType::RGB8);
-                ASSERT_EQ(s->Init(input.get(), order.get()), 0u);
-                ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-                EXPECT_EQ(isIn(BGR_INDEX, s->Output()->pixelType), bgr);
-                SCOPED_TRACE(testing::Message() << std::hex << BAYER_INDEX[at] << " algorithm "
-                                                << algorithm << " bgr " << bgr);
-                const auto want =
-                    bgr ? std::array<int, 3>{colour[2], colour[1], colour[0]} : colour;
-                TestImages::expectPixels(
-                    s->Output(), [&](uint32_t, uint32_t) { return want; }, 0, 0);
-            }
-    }
 }
 
 TEST(CPUIPColorCorrection, AppliesPerChannelTablesInPlace) {
@@ -254,7 +190,7 @@ TEST(CPUIPColorCorrection, AppliesPerChannelTablesInPlace) {
         [&](uint32_t x, uint32_t y) {
             std::array<int, 3> want;
             for (int c = 0; c < 3; ++c)
-                want[c] = expected(row8(copy.get(), y)[3 * x + c], 255, gains[c], offsets[c], 1.1);
+                want[c] = expected(row8(copy.get(), y)[3 * x + c], gains[c], offsets[c], 1.1);
             return want;
         },
         0, 0);
@@ -274,10 +210,8 @@ TEST(CPUIPColorCorrection, SameBufferTwiceIsCorrectedTwiceAndDeeperImagesAreRefu
     EXPECT_EQ(s->ProcessImage(deep.get(), nullptr, nullptr), statusWord(CodeBadArgument));
 }
 
-// A chain composed for the raw image, with a coloration stage made for it as the viewer makes
-// one, painting onto a display image filled with grey 100: only the raw extremes are painted,
-// under-exposed green and over-exposed red, byte-swapped for blue-first pixels so that red still
-// looks red. For colour the sum of the samples counts: only pure white is over.
+// A coloration stage made for a chain, as the viewer makes one, paints only the raw extremes onto
+// grey 100: under-exposed green, over-exposed red (blue first for BGR), for colour by the sum.
 TEST(CPUIPExposureColoration, AutomaticThresholdsPaintOnlyTheExtremes) {
     using Rgb = std::array<uint8_t, 3>;
     const Rgb green{0, 255, 0}, grey{100, 100, 100};

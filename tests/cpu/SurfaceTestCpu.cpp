@@ -1,5 +1,4 @@
-// The CPU surface, drawing with a painter on a window's backing store, and the memory surface,
-// burning text into images in memory.
+// The CPU surface, painting on a window's backing store, and the memory surface, burning text.
 
 #include "chain/TestImages.h"
 #include "cpu/CPUSurfaceTypes.h"
@@ -24,13 +23,6 @@ namespace {
 
 constexpr uint32_t RGB8 = 0x02180171;
 constexpr uint32_t MONO8 = 0x01080101;
-
-// Every pixel from (x0, y0) to (x1, y1), a row or a column, is `colour`.
-void expectSpan(QImage const& img, int x0, int y0, int x1, int y1, QRgb colour) {
-    for (int y = y0; y <= y1; ++y)
-        for (int x = x0; x <= x1; ++x)
-            EXPECT_EQ(img.pixel(x, y), colour) << x << "," << y;
-}
 
 // A frame open on a 200 x 150 window, cleared to black.
 class CPUSurfaceTest : public ::testing::Test {
@@ -82,48 +74,40 @@ TEST_F(CPUSurfaceTest, FillsLinesAndRectangles) {
     surface.rect(30, 90, 40, 20, &red, 1, 0); // its border only
     surface.rect(100, 140, 0, 0, &red, 1, 0);
     QImage img = shown();
-    const QRgb fill = qRgb(0, 128, 255), r = qRgb(255, 0, 0);
-    // Points (x, y) left in the fill colour: beside the filled rectangle and the lines, under the
-    // line without a pen, inside the open polyline and the rectangle's border, at the lone point.
-    const int untouched[][2] = {{0, 0},    {199, 149}, {15, 23},  {14, 24},   {9, 60},
-                                {30, 59},  {30, 61},   {30, 70},  {120, 115}, {5, 5},
-                                {50, 100}, {71, 100},  {100, 140}};
-    for (auto [x, y] : untouched)
-        EXPECT_EQ(img.pixel(x, y), fill) << x << "," << y;
-    EXPECT_EQ(img.pixel(10, 20), r);
-    EXPECT_EQ(img.pixel(14, 23), r);
-    EXPECT_EQ(img.pixel(120, 100), qRgb(0, 0, 255));
-    EXPECT_EQ(img.pixel(140, 115), qRgb(0, 0, 255));
-    expectSpan(img, 10, 60, 50, 60, qRgb(0, 255, 0));
-    expectSpan(img, 30, 90, 70, 90, r);
-    expectSpan(img, 30, 90, 30, 110, r);
+    // The fill beside the filled rectangle and the lines, under the line without a pen, inside the
+    // open polyline and the rectangle's border, at the lone point; then the filled rectangle's
+    // corners, the line's ends, both polyline segments and the border's corners.
+    const QRgb f = qRgb(0, 128, 255), r = qRgb(255, 0, 0), g = qRgb(0, 255, 0), b = qRgb(0, 0, 255);
+    const std::array<QRgb, 3> expected[] = {
+        {0, 0, f},     {199, 149, f}, {15, 23, f},   {14, 24, f},  {9, 60, f},   {30, 59, f},
+        {30, 61, f},   {30, 70, f},   {120, 115, f}, {5, 5, f},    {50, 100, f}, {71, 100, f},
+        {100, 140, f}, {10, 20, r},   {14, 23, r},   {10, 60, g},  {50, 60, g},  {120, 100, b},
+        {140, 115, b}, {30, 90, r},   {70, 90, r},   {30, 110, r}, {70, 110, r}};
+    for (auto [x, y, colour] : expected)
+        EXPECT_EQ(img.pixel(int(x), int(y)), colour) << x << "," << y;
 }
 
 TEST_F(CPUSurfaceTest, ImagesAreScaledIntoTheTarget) {
-    // Pixel (x, y) is (x * 40, y * 40, 200).
-    auto picture = TestImages::make(4, 4, RGB8);
-    for (uint32_t y = 0; y < 4; ++y)
-        for (uint32_t x = 0; x < 4; ++x) {
-            uint8_t* px = TestImages::row8(picture.get(), y) + 3 * x;
-            px[0] = uint8_t(x * 40);
-            px[1] = uint8_t(y * 40);
-            px[2] = 200;
-        }
+    auto picture = TestImages::makeColour8(4, 4, RGB8);
+    auto source = [&](int x, int y) {
+        uint8_t const* p = TestImages::row8(picture.get(), uint32_t(y)) + 3 * x;
+        return qRgb(p[0], p[1], p[2]);
+    };
     QTD::TRECT<double> target{100, 50, 40, 40};
     surface.image(picture.get(), &target, nullptr);
     // Only the source's lower right quarter, and only RGB8.
-    QTD::TRECT<double> small{20, 20, 20, 20}, source{2, 2, -2, 2};
-    surface.image(picture.get(), &small, &source);
+    QTD::TRECT<double> small{20, 20, 20, 20}, quarter{2, 2, -2, 2};
+    surface.image(picture.get(), &small, &quarter);
     auto mono = TestImages::makeMono(4, 4, MONO8);
     surface.image(mono.get(), nullptr, nullptr);
     surface.image(nullptr, nullptr, nullptr);
     QImage img = shown();
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 4; ++x)
-            EXPECT_EQ(img.pixel(100 + x * 10 + 5, 50 + y * 10 + 5), qRgb(x * 40, y * 40, 200));
+            EXPECT_EQ(img.pixel(100 + x * 10 + 5, 50 + y * 10 + 5), source(x, y));
     EXPECT_EQ(img.pixel(99, 50), qRgb(0, 0, 0));
-    EXPECT_EQ(img.pixel(25, 25), qRgb(80, 80, 200));
-    EXPECT_EQ(img.pixel(35, 35), qRgb(120, 120, 200));
+    EXPECT_EQ(img.pixel(25, 25), source(2, 2));
+    EXPECT_EQ(img.pixel(35, 35), source(3, 3));
     EXPECT_EQ(img.pixel(60, 100), qRgb(0, 0, 0));
 }
 
@@ -198,25 +182,16 @@ protected:
 
     MEMSurfaceText& text() { return *static_cast<MEMSurfaceText*>(surface.textObject()); }
 
-    // Coverage of the glyphs of `s` laid side by side from (0, 0), read from the strip.
-    std::vector<std::vector<int>> coverage(char const* font, std::string const& s, int& width,
-                                           int& height) {
+    // Coverage at (x, y) of the glyphs of `s` laid side by side from (0, 0), read from the strip.
+    int coverage(char const* font, std::string const& s, int x, int y) {
         auto const& strip = *static_cast<QImage*>(text().strips.get(font).as<void*>());
-        std::vector<std::vector<int>> columns;
-        height = 0;
         for (unsigned char c : s) {
             auto const& r = text().glyphs.at(font)[(c < 32 ? 32 : c) - 32];
-            height = std::max(height, r.height);
-            for (int col = 0; col < r.width; ++col) {
-                columns.emplace_back();
-                for (int row = 0; row < r.height; ++row)
-                    columns.back().push_back(qRed(strip.pixel(r.x + col, r.y + row)));
-            }
+            if (x >= 0 && x < r.width)
+                return y >= 0 && y < r.height ? qRed(strip.pixel(r.x + x, r.y + y)) : 0;
+            x -= r.width;
         }
-        for (auto& column : columns)
-            column.resize(size_t(height));
-        width = int(columns.size());
-        return columns; // [x][y]
+        return 0;
     }
 
     MEMSurface surface;
@@ -242,13 +217,10 @@ TEST_F(MEMSurfaceTest, TextStaysInsideItsBoxInTheComponentOrderOfTheImage) {
         c.colour.setOpc(c.opacity);
         Canvas canvas(c.type, 120, 40, 100);
         draw(canvas, c.text, 3, 2, &c.colour, c.font);
-        int w, h;
-        auto cov = coverage(c.font, c.text, w, h);
         int lit = 0;
         for (int y = 0; y < 40; ++y)
             for (int x = 0; x < 120; ++x) {
-                const bool inside = x >= 3 && x < 3 + w && y >= 2 && y < 2 + h;
-                const int a = inside ? cov[size_t(x - 3)][size_t(y - 2)] : 0;
+                const int a = coverage(c.font, c.text, x - 3, y - 2);
                 for (uint32_t k = 0; k < canvas.record.channels; ++k) {
                     const int want = a == 0 ? 100
                                      : c.opacity == 0
