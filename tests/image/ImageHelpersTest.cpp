@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <numeric>
@@ -14,6 +15,9 @@ namespace {
 
 constexpr unsigned kMono8 = 0x01080101, kMono12 = 0x01100306, kMono16 = 0x0110050B;
 constexpr unsigned kRGB8 = 0x02180171, kRGB16 = 0x0230057B;
+// Unpacked mosaics in the patterns GR, RG, BG, GB, of 8 and 12 bits.
+constexpr unsigned kMosaics[2][4] = {{0x0308010D, 0x0308010E, 0x03080110, 0x0308010F},
+                                     {0x03100315, 0x03100316, 0x03100318, 0x03100317}};
 
 // A record with its own pixels, freed at the end of the test.
 struct Image {
@@ -26,6 +30,19 @@ struct Image {
     }
     BrxImage* operator->() { return p; }
 };
+
+// A flat colour (red, green, blue) sampled into a mosaic of pattern `pattern` (order above).
+void fill(Image& image, int pattern, std::array<int, 3> colour) {
+    static const int sites[4][4] = {{1, 0, 2, 1}, {0, 1, 1, 2}, {2, 1, 1, 0}, {1, 2, 0, 1}};
+    for (unsigned i = 0; i < image->width * image->height; ++i) {
+        const unsigned x = i % image->width, y = i / image->width;
+        const int v = colour[sites[pattern][(y & 1) * 2 + (x & 1)]];
+        if (image->bitsPerChannel == 8)
+            image.row<uint8_t>(y)[x] = uint8_t(v);
+        else
+            image.row<uint16_t>(y)[x] = uint16_t(v);
+    }
+}
 
 } // namespace
 
@@ -42,25 +59,6 @@ TEST(ImageRecords, CreateFormatPadsRowsAndRefusesUnknownTypes) {
     EXPECT_EQ(nullptr, imageCreateFormat(&local, 10, 10, 0x01080100));
     EXPECT_EQ(0u, local.width);
     EXPECT_EQ(nullptr, imageCreateFormat(nullptr, 10, 10, 0x01080186));
-}
-
-TEST(ImageData, CopyHonoursBothStrides) {
-    Image source(5, 4, kMono16);
-    for (unsigned r = 0; r < 4; ++r)
-        for (unsigned c = 0; c < 5; ++c)
-            source.row<uint16_t>(r)[c] = uint16_t(r * 100 + c);
-    // A padded target: the rows land at its own stride.
-    BrxImage padded = *source.p;
-    std::vector<uint16_t> block(4 * 16, 0xFFFF);
-    padded.stride = 32;
-    padded.imageSize = 128;
-    padded.imageData = block.data();
-    ASSERT_EQ(1, dataCopy8b(source.p, &padded));
-    for (unsigned r = 0; r < 4; ++r) {
-        for (unsigned c = 0; c < 5; ++c)
-            EXPECT_EQ(r * 100 + c, block[r * 16 + c]);
-        EXPECT_EQ(0xFFFF, block[r * 16 + 15]); // padding untouched
-    }
 }
 
 // Every remainder of the unrolled loops.
@@ -131,11 +129,12 @@ TEST(ImageData, ApplyLutPerChannel) {
     for (unsigned r = 0; r < 2; ++r)
         std::iota(rgb.row<uint8_t>(r), rgb.row<uint8_t>(r) + 15, uint8_t(20));
     ASSERT_EQ(1, dataApplyLUT(rgb.p, &table));
-    for (unsigned i = 0; i < 30; ++i) {
-        int v = 20 + int(i % 15);
-        int want = i % 3 == 0 ? 2 * v : i % 3 == 1 ? v : (v + 1) / 2;
-        ASSERT_EQ(want, rgb.row<uint8_t>(i / 15)[i % 15]) << i;
-    }
+    for (unsigned i = 0; i < 30; ++i) // channels of gain 2, 1 and 0.5
+        ASSERT_EQ(i % 3 == 0   ? 40 + 2 * (i % 15)
+                  : i % 3 == 1 ? 20 + i % 15
+                               : (21 + i % 15) / 2,
+                  rgb.row<uint8_t>(i / 15)[i % 15])
+            << i;
     // Deep images: words past the table take its last entry.
     QTD::LookupTable deep(4096, 1);
     deep.gain[0] = 0.5;
@@ -182,4 +181,53 @@ TEST(ImageData, ShortBlocksStayInside) {
     mono8.stride = 0;
     EXPECT_EQ(0, dataFlip8b(&mono8, nullptr, false));
     EXPECT_EQ(1, dataShift16b(&mono12, nullptr, 2)); // in place, over the declared size
+}
+
+// Demosaicing by OpenCV: the pattern mapping, colours in their channels, and refusals.
+TEST(ImageDebayer, FlatColoursComeOutAsRgbForEveryPatternAndMethod) {
+    const std::array<int, 3> colour = {210, 95, 20};
+    for (int pattern = 0; pattern < 4; ++pattern) {
+        for (int flags = 0; flags < 3; ++flags) {
+            Image in(12, 8, kMosaics[0][pattern]);
+            fill(in, pattern, colour);
+            std::vector<uint8_t> out(12 * 3 * 8, 0);
+            ASSERT_EQ(dataDebayer8b(in.p, reinterpret_cast<char*>(out.data()), 36, flags), 1);
+            int bad = 0;
+            for (size_t i = 0; i < out.size(); ++i) {
+                bad += std::abs(int(out[i]) - colour[i % 3]) > 1;
+            }
+            EXPECT_EQ(bad, 0) << "pattern " << pattern << " flags " << flags;
+        }
+        // Deep mosaics keep their depth; target rows padded beyond their 60 bytes keep the
+        // padding untouched.
+        const std::array<int, 3> deep = {4000, 1500, 70};
+        Image in(10, 6, kMosaics[1][pattern]);
+        fill(in, pattern, deep);
+        std::vector<uint16_t> out(32 * 6, 0xBEEF);
+        ASSERT_EQ(dataDebayer16b(in.p, reinterpret_cast<char*>(out.data()), 64), 1);
+        for (unsigned y = 0; y < 6; ++y) {
+            for (unsigned x = 0; x < 10; ++x)
+                for (int c = 0; c < 3; ++c)
+                    ASSERT_EQ(out[y * 32 + x * 3 + c], deep[c]) << x << "," << y;
+            EXPECT_EQ(out[y * 32 + 30], 0xBEEF);
+        }
+    }
+}
+
+TEST(ImageDebayer, RefusalsReturnZero) {
+    // Only unpacked mosaics have a code.
+    for (unsigned other :
+         {0u, 0x01080101u /* Mono8 */, 0x030C2323u /* BayerRG12p */, 0x04080131u /* TrueSense */})
+        EXPECT_EQ(PixelTypeToBayerType(other), -1) << std::hex << other;
+    Image in8(8, 4, kMosaics[0][1]);
+    Image in12(8, 4, kMosaics[1][1]);
+    std::vector<char> out(8 * 4 * 6 * 4);
+    EXPECT_EQ(dataDebayer8b(in8.p, nullptr, 0, 0), 0);
+    EXPECT_EQ(dataDebayer8b(in8.p, out.data(), 0, 3), 0);  // no such method
+    EXPECT_EQ(dataDebayer8b(in12.p, out.data(), 0, 0), 0); // words, not bytes
+    EXPECT_EQ(dataDebayer16b(in12.p, out.data(), 49), 0);  // rows of words on odd bytes
+    EXPECT_EQ(dataDebayer8b(in8.p, out.data(), 23, 0), 0); // shorter than a row
+    // A record whose block is shorter than its rows.
+    in8->imageSize = in8->stride * 2;
+    EXPECT_EQ(dataDebayer8b(in8.p, out.data(), 0, 0), 0);
 }

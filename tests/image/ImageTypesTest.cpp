@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace QTD;
@@ -44,23 +45,14 @@ TEST(ColorModelTable, EveryRowRoundTripsNameTypeAndShape) {
         EXPECT_EQ(&row, colorModelByName(row.name));
         EXPECT_EQ(row.pixelType, pixelTypeByName(row.name));
 
-        // Depth code of the word and the row's depth agree.
-        static const unsigned depthOfCode[] = {0, 8, 10, 12, 14, 16};
-        unsigned code = (row.pixelType >> 8) & 0xF;
-        ASSERT_GE(code, 1u);
-        ASSERT_LE(code, 5u);
-        EXPECT_EQ(depthOfCode[code], row.bitsPerChannel);
-
-        // Packing nibble by the name's suffix.
-        unsigned packing = (row.pixelType >> 12) & 0xF;
-        if (name.find("FLE") != std::string::npos || endsWith(name, "_PACKED"))
-            EXPECT_EQ(3u, packing);
-        else if (endsWith(name, "Packed"))
-            EXPECT_EQ(1u, packing);
-        else if (endsWith(name, "p"))
-            EXPECT_EQ(2u, packing);
-        else
-            EXPECT_EQ(0u, packing);
+        // The depth code of the word (1 for 8 bits to 5 for 16), and the packing by the name.
+        EXPECT_EQ(6 + 2 * ((row.pixelType >> 8) & 0xF), row.bitsPerChannel);
+        const bool flex = name.find("FLE") != std::string::npos || endsWith(name, "_PACKED");
+        EXPECT_EQ(flex                       ? 3
+                  : endsWith(name, "Packed") ? 1
+                  : endsWith(name, "p")      ? 2
+                                             : 0,
+                  (row.pixelType >> 12) & 0xF);
 
         unsigned family = row.pixelType >> 24;
         std::vector<std::string> order = letters(row.channelOrder);
@@ -70,9 +62,7 @@ TEST(ColorModelTable, EveryRowRoundTripsNameTypeAndShape) {
             EXPECT_EQ(1u, row.channels);
             EXPECT_EQ(&GetIndexMONO, row.getIndex);
             if (startsWith(name, "Bayer")) {
-                std::string pattern = name.substr(5, 2);
-                EXPECT_EQ(pattern.substr(0, 1), order[0]);
-                EXPECT_EQ(pattern.substr(1, 1), order[1]);
+                EXPECT_EQ(name.substr(5, 2), order[0] + order[1]);
             }
         } else {
             EXPECT_EQ(startsWith(name, "RGB") || startsWith(name, "BGR") ? 2u : 5u, family);
@@ -112,9 +102,7 @@ TEST(PixelFormatRules, EveryTypeOfTheTable) {
             const std::string pattern = name.substr(5, 2);
             const int order = pattern == "GR" ? 0 : pattern == "RG" ? 1 : pattern == "BG" ? 2 : 3;
             const bool usb = endsWith(name, "p");
-            EXPECT_EQ(ClrBayer, f.mode);
-            EXPECT_EQ(order, f.order);
-            EXPECT_EQ(depth, f.depth);
+            EXPECT_EQ(std::make_tuple(ClrBayer, order, depth), std::tie(f.mode, f.order, f.depth));
             EXPECT_EQ(usb ? "usb" : "", f.option);
             const unsigned k = order == 2 ? 3 : order == 3 ? 2 : unsigned(order);
             if (!usb) // the word of the same row, with family 1
@@ -127,9 +115,8 @@ TEST(PixelFormatRules, EveryTypeOfTheTable) {
             int p = 0;
             while (!startsWith(name.substr(10), kPatterns[p]))
                 ++p;
-            EXPECT_EQ(ClrTrueSense, f.mode);
-            EXPECT_EQ(position[p][row.phase], f.order);
-            EXPECT_EQ(depth, f.depth);
+            EXPECT_EQ(std::make_tuple(ClrTrueSense, position[p][row.phase], depth),
+                      std::tie(f.mode, f.order, f.depth));
             EXPECT_EQ(row.pixelType, f.getTypeID());
         } else if (mono.count(name) || rgb.count(name) || bgr.count(name) || name == "RGBa8" ||
                    name == "BGRa8" || name == "YUV422_8_UYVY") {
@@ -137,8 +124,7 @@ TEST(PixelFormatRules, EveryTypeOfTheTable) {
                                  : name == "RGBa8" || name == "BGRa8" ? ClrRGBA
                                  : name == "YUV422_8_UYVY"            ? ClrYUV
                                                                       : ClrRGB;
-            EXPECT_EQ(mode, f.mode);
-            EXPECT_EQ(depth, f.depth);
+            EXPECT_EQ(std::make_pair(mode, depth), std::make_pair(f.mode, f.depth));
             EXPECT_EQ(endsWith(name, "p") ? "usb" : "", f.option);
             if (mode == ClrRGB || mode == ClrRGBA) {
                 EXPECT_EQ(startsWith(name, "BGR") ? 1 : 0, f.order);
