@@ -192,7 +192,7 @@ bool QTDWindow::event(QEvent* e) {
     if (e->type() == QEvent::UpdateRequest) {
         long ns = timestampNs();
         log.debug("QTDWindow::event(): UpdateRequest event, sys timestamp %ld ns, image id %lu", ns,
-                  idOf(image.load()));
+                  imageID.load());
         render();
         return true;
     }

@@ -265,6 +265,7 @@ TEST_F(InputWindow, DoubleClickWheelAndKeysSteerTheView) {
     ImagePtr second = makeCard(640, 480, 2);
     window.setImage(second.get(), false);
     EXPECT_EQ(screen().zoom(), 75);
+    window.setImage(nullptr, false);
 }
 
 TEST_F(InputWindow, ShiftAndControlChooseTheDirectionOfTheBand) {
