@@ -25,30 +25,24 @@ struct Picture {
     std::vector<uint16_t> rgb;
 
     uint16_t at(int x, int y, int c) const { return rgb[(size_t(y) * width + x) * 3 + c]; }
-    uint16_t& at(int x, int y, int c) { return rgb[(size_t(y) * width + x) * 3 + c]; }
 };
 
 // Colour of the site (x, y) in a pattern (GR 0, RG 1, BG 2, GB 3): 0 red, 1 green, 2 blue.
 inline int cfaChannel(int pattern, int x, int y) {
-    int const rx = 1 - (pattern & 1), ry = pattern > 1 ? 1 : 0;
-    bool const redRow = ((y ^ ry) & 1) == 0;
-    if ((x & 1) != (redRow ? rx : 1 - rx))
-        return 1;
-    return redRow ? 0 : 2;
+    int const rx = 1 - (pattern & 1), ry = pattern > 1 ? 1 : 0; // the red site
+    return (x + rx + y + ry) & 1 ? 1 : (y + ry) & 1 ? 2 : 0;
 }
 
 // A smooth colour picture: slow waves of different direction per channel.
 inline Picture smoothPicture(int width, int height, int depth) {
-    Picture p{width, height, depth, std::vector<uint16_t>(size_t(width) * height * 3)};
+    Picture p{width, height, depth, {}};
     double const top = double((1 << depth) - 1);
     for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            double const rgb[3] = {0.5 + 0.35 * std::sin(x / 23.0 + y / 41.0),
-                                   0.5 + 0.30 * std::cos(x / 37.0 - y / 29.0),
-                                   0.45 + 0.30 * std::sin((x + 2 * y) / 31.0 + 1.0)};
-            for (int c = 0; c < 3; ++c)
-                p.at(x, y, c) = uint16_t(std::lround(rgb[c] * top));
-        }
+        for (int x = 0; x < width; ++x)
+            for (double v : {0.5 + 0.35 * std::sin(x / 23.0 + y / 41.0),
+                             0.5 + 0.30 * std::cos(x / 37.0 - y / 29.0),
+                             0.45 + 0.30 * std::sin((x + 2 * y) / 31.0 + 1.0)})
+                p.rgb.push_back(uint16_t(std::lround(v * top)));
     return p;
 }
 
@@ -73,27 +67,40 @@ inline Picture mcMaster(int n) {
     return p;
 }
 
+inline uint32_t bayerType(int pattern, int depth) {
+    return BrxDemosaic::BayerPixelTypes::bayerFor(pattern, depth);
+}
+inline uint32_t rgbType(int depth, bool bgr = false) {
+    return BrxDemosaic::BayerPixelTypes::rgbFor(depth, bgr);
+}
+
 // A BrxImage over a buffer of its own, with an optional row padding and guard bytes after the
 // pixels (and in the padding) to catch writes past the rows.
 struct Image {
-    BrxImage record;
+    BrxImage record{};
     std::vector<uint8_t> buffer;
     static constexpr size_t GUARD = 64;
     static constexpr uint8_t GUARD_VALUE = 0xA5;
 
     Image(uint32_t pixelType, int width, int height, int padding = 0) {
-        std::memset(&record, 0, sizeof record);
         record.size = sizeof(BrxImage);
         record.pixelType = pixelType;
-        record.packing = pixelType & 0xFF00;
         record.channels = (pixelType >> 24) == 2 ? 3 : 1;
-        record.bitsPerPixel = (pixelType >> 16) & 0xFF;
         record.width = uint32_t(width);
         record.height = uint32_t(height);
         record.stride = uint32_t(width) * record.channels * uint32_t(bytes()) + uint32_t(padding);
         record.imageSize = record.stride * uint32_t(height);
         buffer.assign(record.imageSize + GUARD, GUARD_VALUE);
         record.imageData = buffer.data();
+    }
+    // The mosaic of a picture, in a Bayer image of the picture's depth.
+    Image(Picture const& p, int pattern, int padding = 0)
+        : Image(bayerType(pattern, p.depth), p.width, p.height, padding) {
+        for (int y = 0; y < p.height; ++y)
+            for (int x = 0; x < p.width; ++x) {
+                uint16_t const v = p.at(x, y, cfaChannel(pattern, x, y));
+                std::memcpy(&buffer[offset(x, y, 0)], &v, size_t(bytes()));
+            }
     }
     Image(Image const&) = delete;
 
@@ -112,20 +119,9 @@ struct Image {
         std::memcpy(&v, &buffer[offset(x, y, c)], size_t(bytes()));
         return v;
     }
-    void setSample(int x, int y, uint16_t v) {
-        std::memcpy(&buffer[offset(x, y, 0)], &v, size_t(bytes()));
-    }
 };
 
-// The mosaic of a picture in a Bayer image of the picture's depth.
-inline void mosaic(Picture const& p, int pattern, Image& out) {
-    for (int y = 0; y < p.height; ++y)
-        for (int x = 0; x < p.width; ++x)
-            out.setSample(x, y, p.at(x, y, cfaChannel(pattern, x, y)));
-}
-
-// Largest difference between two images of the same kind, over every pixel and channel; the
-// second one's rows read bottom-up on request.
+// Largest difference between two images of the same kind; the second one read bottom-up on request.
 inline long maxDifference(Image const& a, Image const& b, bool bUpsideDown = false) {
     int const h = int(a.record.height);
     long worst = 0;
@@ -135,13 +131,6 @@ inline long maxDifference(Image const& a, Image const& b, bool bUpsideDown = fal
                 worst = std::max(worst, std::labs(long(a.sample(x, y, c)) -
                                                   b.sample(x, bUpsideDown ? h - 1 - y : y, c)));
     return worst;
-}
-
-inline uint32_t bayerType(int pattern, int depth) {
-    return BrxDemosaic::BayerPixelTypes::bayerFor(pattern, depth);
-}
-inline uint32_t rgbType(int depth, bool bgr = false) {
-    return BrxDemosaic::BayerPixelTypes::rgbFor(depth, bgr);
 }
 
 // One BrxBayer for one algorithm, released and deleted at the end of the scope.
@@ -163,8 +152,7 @@ struct Bayer {
     }
 };
 
-// Colour PSNR of an RGB/BGR image against a picture, one MSE over the three channels, a border
-// left out, at the picture's depth.
+// Colour PSNR (one MSE over the three channels, a border left out) of an RGB or BGR image.
 inline double psnr(Picture const& p, Image const& out, int border = 4, bool bgr = false) {
     double sum = 0;
     long n = 0;

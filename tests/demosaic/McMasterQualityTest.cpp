@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 using namespace DemosaicTest;
 
 TEST(McMasterQuality, EachAlgorithmReachesItsMark) {
@@ -18,17 +16,13 @@ TEST(McMasterQuality, EachAlgorithmReachesItsMark) {
         Picture const pic = mcMaster(n);
         ASSERT_GT(pic.width, 0) << "McMaster" << n;
         for (int pattern = 0; pattern < 4; ++pattern) {
-            Image in(bayerType(pattern, 8), pic.width, pic.height);
-            mosaic(pic, pattern, in);
-            Image out(rgbType(8), pic.width, pic.height);
+            Image in(pic, pattern), out(rgbType(8), pic.width, pic.height);
             for (int mode = 0; mode < 3; ++mode) {
                 ASSERT_EQ(bayers[mode].run(in, out), 0);
                 sums[mode] += psnr(pic, out) / 4;
             }
         }
     }
-    for (int mode = 0; mode < 3; ++mode) {
-        RecordProperty("mode" + std::to_string(mode), std::to_string(sums[mode] / 18));
+    for (int mode = 0; mode < 3; ++mode)
         EXPECT_GE(sums[mode] / 18, marks[mode]) << "mode " << mode;
-    }
 }
