@@ -1,10 +1,11 @@
-// What an application's camera thread pays to hand an image to the display: ProcessImage copies
+// What an application's camera thread pays to hand an image to the display: DisplayVideo copies
 // pixels and record into the double buffer and posts one event. Beside it, a plain memcpy of
 // the same bytes. Compare the lines of one run, not absolute times.
 
-#include "front/QTDDisplay.h"
 #include "image/ColorModelDescription.h"
 #include "image/QTDImageHelpers.h"
+
+#include <brx/BrxDisplay.h>
 
 #include <QCoreApplication>
 #include <QWidget>
@@ -25,29 +26,31 @@ using Image = QTDImageHelpers::ImagePtr;
 void handOver(benchmark::State& state) {
     QWidget host;
     host.resize(320, 240);
-    QTDDisplay display(&host, false);
+    BrxDisplay* display = BrxDisplay_CreateComponent();
     Image image(QTDImageHelpers::imageCreateImage(nullptr, Width, Height, QTD::PixelType::Mono8));
     std::memset(image->imageData, 77, image->imageSize);
-    if (display.Init(image.get()) != 0) {
+    if (BrxDisplay_Initialize(display, &host, "cpu", image.get()) != 0) {
         state.SkipWithError("display set-up failed");
+        BrxDisplay_DeleteComponent(display);
         return;
     }
     int queued = 0;
     for (auto _ : state) {
-        if (display.ProcessImage(image.get()) != 0) {
+        if (BrxDisplay_DisplayVideo(display, image.get()) != 0) {
             state.SkipWithError("hand-over refused");
             break;
         }
         // Nobody takes the images here: drop the queued checks now and then, untimed.
         if (++queued == 64) {
             state.PauseTiming();
-            QCoreApplication::removePostedEvents(&display);
+            QCoreApplication::removePostedEvents(nullptr);
             queued = 0;
             state.ResumeTiming();
         }
     }
-    QCoreApplication::removePostedEvents(&display);
+    QCoreApplication::removePostedEvents(nullptr);
     state.SetBytesProcessed(int64_t(state.iterations()) * image->imageSize);
+    BrxDisplay_DeleteComponent(display);
 }
 
 void plainCopy(benchmark::State& state) {
