@@ -25,8 +25,9 @@ TEST(OverlayThreads, OverlayCallsFromAThreadWhileFramesRender) {
     });
     std::thread overlays([&] {
         for (int i = 0; !stop; ++i) {
-            // Placed and positioned texts, in window and image coordinates, one kept by id.
-            Params text{{"text.text", "frame"},
+            // Placed and positioned texts, in window and image coordinates, one kept by id; the
+            // template reads the record of the frame shown while the chain writes the next one.
+            Params text{{"text.text", "frame ${image.id} ${image.dims}"},
                         {"text.pos.x", "3"},
                         {"text.pos.y", i % 2 ? "-1" : "9"},
                         {"cs", i % 3 ? "img" : "win"}};
