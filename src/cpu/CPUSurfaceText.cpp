@@ -28,12 +28,16 @@ int CPUSurfaceText::drawLine(char const* text, int x, int y, QTD::ATTR font, QTD
                255);
     painter->setFont(*info.font);
     painter->setPen(pen);
+    // y is the box's top: the placement arithmetic treats it so, as the other surfaces draw.
+    long const baseline = long(y) + info.ascent;
+    if (baseline > INT_MAX)
+        return 0;
     // The part behind each tab starts at the next stop past the part before it.
     std::vector<std::string> segments = tabSegments(text);
     long cursor = x;
     for (size_t i = 0; i < segments.size() && cursor <= INT_MAX; ++i) {
         if (!segments[i].empty())
-            painter->drawText(static_cast<int>(cursor), y,
+            painter->drawText(static_cast<int>(cursor), static_cast<int>(baseline),
                               QString::fromLocal8Bit(segments[i].c_str()));
         if (i + 1 < segments.size())
             cursor += tabAdvance(info, segments[i].c_str());

@@ -4,7 +4,7 @@
 
 class QPainter;
 
-// Text drawn by a QPainter: the line's base line lies at y.
+// Text drawn by a QPainter: the line's box has its top at y, its base line at y + ascent.
 class CPUSurfaceText : public QTD::SurfaceText {
 public:
     explicit CPUSurfaceText(QTD::PROPERTIES* props = nullptr);

@@ -121,9 +121,11 @@ TEST_F(CPUSurfaceTest, TextLightsPixelsOnlyInsideItsBox) {
     auto* font = static_cast<QFont*>(
         surface.textObject()->fonts.getPropsValue("large", "font", "").as<void*>());
     ASSERT_NE(font, nullptr);
-    // The base line lies at y.
-    const QRect box =
-        QFontMetrics(*font).boundingRect("Hello, Brx").translated(20, 60).adjusted(-1, -1, 1, 1);
+    // y is the top of the line: the base line lies an ascent below it.
+    const QFontMetrics metrics(*font);
+    const QRect box = metrics.boundingRect("Hello, Brx")
+                          .translated(20, 60 + metrics.ascent())
+                          .adjusted(-1, -1, 1, 1);
     int inside = 0, outside = 0;
     for (int y = 0; y < img.height(); ++y)
         for (int x = 0; x < img.width(); ++x)

@@ -64,6 +64,10 @@ void checkHeadlessRun(const std::string& environment, const char* format,
     EXPECT_GT(std::stoi(m[3]), 0);
     EXPECT_GT(std::stod(m[5]), 0.0);
 
+    // Taken while frames still flowed, so that the status line shows the live rate.
+    ASSERT_TRUE(std::regex_search(out, m, std::regex("at frame (\\d+) of 40"))) << out;
+    EXPECT_LT(std::stoi(m[1]), 40);
+
     ASSERT_TRUE(std::regex_search(out, m, std::regex("view: (\\d+),(\\d+) (\\d+)x(\\d+)")));
     const QRect view(std::stoi(m[1]), std::stoi(m[2]), std::stoi(m[3]), std::stoi(m[4]));
     const QImage image(QString::fromStdString(shot));

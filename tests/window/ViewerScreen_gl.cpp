@@ -21,6 +21,7 @@
 #include <map>
 #include <string>
 #include <tuple>
+#include <utility>
 
 using namespace WindowTest;
 
@@ -28,6 +29,25 @@ namespace {
 
 bool isWhite(QColor c) {
     return c.red() == 255 && c.green() == 255 && c.blue() == 255;
+}
+
+// Black text on the card, the background grey or a white box: every other colour there has a
+// bright channel.
+bool isInk(QColor c) {
+    return std::max({c.red(), c.green(), c.blue()}) < 60;
+}
+
+// First and last row with ink within a rectangle of the shot; (-1, -1) if there is none.
+std::pair<int, int> inkRows(QImage const& shot, int x, int y, int w, int h) {
+    int top = -1, bottom = -1;
+    for (int py = std::max(y, 0); py < std::min(y + h, shot.height()); ++py)
+        for (int px = std::max(x, 0); px < std::min(x + w, shot.width()); ++px)
+            if (isInk(shot.pixelColor(px, py))) {
+                top = top < 0 ? py : top;
+                bottom = py;
+                break;
+            }
+    return {top, bottom};
 }
 
 bool isBackground(QColor c) {
@@ -281,6 +301,11 @@ TEST_F(OnScreen, RulePlacedTextsStandWhereTheirRuleSaysAlsoAfterAResize) {
             EXPECT_EQ(number(ids[i], "y"), wantY) << r << " in " << ww;
             // Left of the text, inside its box, the white background shows.
             EXPECT_TRUE(isWhite(shot.pixelColor(wantX - 1, wantY - 1))) << r << " in " << ww;
+            // The glyphs' rows lie wholly in the text's box, y its top, and so in the window.
+            auto [top, bottom] = inkRows(shot, wantX, wantY - h, w, 3 * h);
+            EXPECT_GE(top, std::max(wantY, 0)) << r << " in " << ww;
+            EXPECT_LT(bottom, std::min(wantY + h, wh)) << r << " in " << ww;
+            EXPECT_GE(bottom - top, h / 2) << r << " in " << ww;
         }
     }
 }
