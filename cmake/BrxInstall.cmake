@@ -1,5 +1,9 @@
 include(CMakePackageConfigHelpers)
 
+# Installed, the display library finds the demosaicing library beside itself, wherever the
+# package lies: an application's own run path reaches only the libraries it links directly.
+set_target_properties(BrxDisplayQt BrxDemosaicing PROPERTIES INSTALL_RPATH "$ORIGIN")
+
 install(TARGETS BrxDisplayQt BrxDemosaicing EXPORT BrxDisplayQtTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
