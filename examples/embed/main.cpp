@@ -2,12 +2,15 @@
 // widget, and a "camera" thread that hands it 8-bit mono frames. Quits after --frames N frames
 // if given.
 #include <brx/BrxDisplay.h>
+#include <brx/BrxPixelTypes.h>
+#include <brx/BrxStatus.h>
 
 #include <QApplication>
 #include <QWidget>
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -27,7 +30,7 @@ int main(int argc, char** argv) {
     std::vector<uint8_t> pixels(width * height);
     BrxImage image{};
     image.size = sizeof(BrxImage);
-    image.pixelType = 0x01080101; // Mono8
+    image.pixelType = BRX_PIXEL_Mono8;
     image.bitsPerChannel = 8;
     image.channels = 1;
     image.bitsPerPixel = 8;
@@ -39,7 +42,11 @@ int main(int argc, char** argv) {
 
     // Set up on this thread, which runs the event loop; "cpu" or "opengl".
     BrxDisplay* display = BrxDisplay_CreateComponent();
-    if (BrxDisplay_Initialize(display, &window, "cpu", &image) != 0) {
+    const uint32_t status = BrxDisplay_Initialize(display, &window, "cpu", &image);
+    if (status != 0) {
+        std::fprintf(stderr, "embed: the display was not set up, code %u\n",
+                     BRX_STATUS_CODE(status));
+        BrxDisplay_DeleteComponent(display);
         return 1;
     }
 

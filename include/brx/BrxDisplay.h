@@ -8,11 +8,13 @@
 // creates a controller directly with BrxDisplayCPU::CreateComponent or
 // BrxDisplayQGL::CreateComponent. The thread that creates a display must run a Qt event loop.
 //
-// Results are status words: 0 on success, otherwise 0x80000000 | typeID << 16 | code (codes as
-// in BrxImgProcessor.h's family: 1 failed, 3 not supported, 7 bad image, 8 not initialised,
-// 9 no resources). A null handle gives the fixed word 0x80070007.
+// Results are status words: 0 on success, otherwise 0x80000000 | typeID << 16 | code, with
+// the codes of BrxStatus.h (BRX_STATUS_FAILED, BRX_STATUS_NOT_SUPPORTED, BRX_STATUS_BAD_ARGUMENT,
+// BRX_STATUS_NOT_INITIALIZED, BRX_STATUS_NO_RESOURCES). A null handle gives the fixed word
+// BRX_ERROR_NULL_HANDLE.
 
 #include <brx/BrxImage.h>
+#include <brx/BrxStatus.h>
 
 #include <stdint.h>
 

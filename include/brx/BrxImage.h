@@ -3,6 +3,8 @@
 // The image record that crosses the public interface. Its layout is fixed (96 bytes on a 64-bit
 // system): applications fill it and the library reads it field by field.
 
+#include <brx/BrxPixelTypes.h>
+
 #include <stddef.h>
 #include <stdint.h>
 

@@ -71,7 +71,7 @@ unsigned int ComponentImpl::SetParamString(char const* name, char* value) {
 }
 
 unsigned int ComponentImpl::SetParamArray(char const*, void*, unsigned int) {
-    return status(STATUS_NOT_SUPPORTED);
+    return status(STATUS_NOT_IMPLEMENTED);
 }
 
 bool ComponentImpl::lookup(char const* name, ATTR& value) {
@@ -124,11 +124,11 @@ unsigned int ComponentImpl::GetParamString(char const* name, char* value, unsign
 }
 
 unsigned int ComponentImpl::GetParamArray(char const*, void*, unsigned int*) {
-    return status(STATUS_NOT_SUPPORTED);
+    return status(STATUS_NOT_IMPLEMENTED);
 }
 
 unsigned int ComponentImpl::RunCommand(char const*) {
-    return status(STATUS_NOT_SUPPORTED);
+    return status(STATUS_NOT_IMPLEMENTED);
 }
 
 void ComponentImpl::SetProcessors(BrxDisplayCommand* setProcessor,

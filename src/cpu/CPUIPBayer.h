@@ -13,24 +13,26 @@ class CPUIPBayer : public QTD::CpuStage<BrxDisplayCPU::Bayer> {
 public:
     // Indexed like BAYER_INDEX: the colour type each mosaic yields. Packed mosaics have 0, for
     // they reach this stage only unpacked.
+    // clang-format off
     static constexpr uint32_t RGB_DEBAYER_INDEX[36] = {
-        0x02180171, 0x02180171, 0x02180171, 0x02180171,             // RGB8
-        0x02300275, 0x02300275, 0x02300275, 0x02300275,             // RGB10
-        0x02300377, 0x02300377, 0x02300377, 0x02300377,             // RGB12
-        0x02300479, 0x02300479, 0x02300479, 0x02300479,             // RGB14
-        0x0230057B, 0x0230057B, 0x0230057B, 0x0230057B,             // RGB16
-        0,          0,          0,          0,          0, 0, 0, 0, // the ...Packed group
-        0,          0,          0,          0,          0, 0, 0, 0, // the ...p group
+        BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  // 8 bits
+        BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, // 10 bits
+        BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, // 12 bits
+        BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, // 14 bits
+        BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, // 16 bits
+        0, 0, 0, 0, 0, 0, 0, 0, // the ...Packed group
+        0, 0, 0, 0, 0, 0, 0, 0, // the ...p group
     };
     static constexpr uint32_t BGR_DEBAYER_INDEX[36] = {
-        0x02180172, 0x02180172, 0x02180172, 0x02180172,             // BGR8
-        0x02300276, 0x02300276, 0x02300276, 0x02300276,             // BGR10
-        0x02300378, 0x02300378, 0x02300378, 0x02300378,             // BGR12
-        0x0230047A, 0x0230047A, 0x0230047A, 0x0230047A,             // BGR14
-        0x0230057C, 0x0230057C, 0x0230057C, 0x0230057C,             // BGR16
-        0,          0,          0,          0,          0, 0, 0, 0, // the ...Packed group
-        0,          0,          0,          0,          0, 0, 0, 0, // the ...p group
+        BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  // 8 bits
+        BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, // 10 bits
+        BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, // 12 bits
+        BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, // 14 bits
+        BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, // 16 bits
+        0, 0, 0, 0, 0, 0, 0, 0, // the ...Packed group
+        0, 0, 0, 0, 0, 0, 0, 0, // the ...p group
     };
+    // clang-format on
 
     explicit CPUIPBayer(BrxComponent* parent);
     ~CPUIPBayer() override;

@@ -3,6 +3,8 @@
 
 #include "cpu/CPUSurfaceText.h"
 
+#include <brx/BrxPixelTypes.h>
+
 #include <QBackingStore>
 #include <QColor>
 #include <QImage>
@@ -20,8 +22,6 @@
 #include <cstdlib>
 
 namespace {
-
-constexpr uint32_t TYPE_RGB8 = 0x02180171;
 
 // Qt::SolidLine .. Qt::CustomDashLine, the last one twice.
 constexpr int QT_STYLES[7] = {1, 2, 3, 4, 5, 6, 6};
@@ -208,8 +208,8 @@ void CPUSurface::fillRect(int x, int y, int w, int h, QTD::RgbColor* color) {
 }
 
 void CPUSurface::image(BrxImage* img, QTD::TRECT<double>* target, QTD::TRECT<double>* source) {
-    if (!painter || !img || img->pixelType != TYPE_RGB8 || img->width == 0 || img->height == 0 ||
-        !img->imageData || img->width > (1u << 28) || img->height > (1u << 28))
+    if (!painter || !img || img->pixelType != BRX_PIXEL_RGB8 || img->width == 0 ||
+        img->height == 0 || !img->imageData || img->width > (1u << 28) || img->height > (1u << 28))
         return;
     int w = static_cast<int>(img->width);
     int h = static_cast<int>(img->height);

@@ -1,5 +1,7 @@
 #include "demosaic/BayerPixelTypes.h"
 
+#include <brx/BrxPixelTypes.h>
+
 namespace BrxDemosaic {
 
 namespace {
@@ -9,17 +11,18 @@ int const DEPTHS[5] = {8, 10, 12, 14, 16};
 // Rows of each depth in pattern order GR, RG, BG, GB. Within a depth the table numbers them
 // GR, RG, GB, BG.
 uint32_t const BAYER[5][4] = {
-    {0x0308010D, 0x0308010E, 0x03080110, 0x0308010F},
-    {0x03100211, 0x03100212, 0x03100214, 0x03100213},
-    {0x03100315, 0x03100316, 0x03100318, 0x03100317},
-    {0x03100429, 0x0310042A, 0x0310042C, 0x0310042B},
-    {0x0310052D, 0x0310052E, 0x03100530, 0x0310052F},
+    {BRX_PIXEL_BayerGR8, BRX_PIXEL_BayerRG8, BRX_PIXEL_BayerBG8, BRX_PIXEL_BayerGB8},
+    {BRX_PIXEL_BayerGR10, BRX_PIXEL_BayerRG10, BRX_PIXEL_BayerBG10, BRX_PIXEL_BayerGB10},
+    {BRX_PIXEL_BayerGR12, BRX_PIXEL_BayerRG12, BRX_PIXEL_BayerBG12, BRX_PIXEL_BayerGB12},
+    {BRX_PIXEL_BayerGR14, BRX_PIXEL_BayerRG14, BRX_PIXEL_BayerBG14, BRX_PIXEL_BayerGB14},
+    {BRX_PIXEL_BayerGR16, BRX_PIXEL_BayerRG16, BRX_PIXEL_BayerBG16, BRX_PIXEL_BayerGB16},
 };
 
 // RGB, BGR per depth.
 uint32_t const RGB[5][2] = {
-    {0x02180171, 0x02180172}, {0x02300275, 0x02300276}, {0x02300377, 0x02300378},
-    {0x02300479, 0x0230047A}, {0x0230057B, 0x0230057C},
+    {BRX_PIXEL_RGB8, BRX_PIXEL_BGR8},   {BRX_PIXEL_RGB10, BRX_PIXEL_BGR10},
+    {BRX_PIXEL_RGB12, BRX_PIXEL_BGR12}, {BRX_PIXEL_RGB14, BRX_PIXEL_BGR14},
+    {BRX_PIXEL_RGB16, BRX_PIXEL_BGR16},
 };
 
 } // namespace

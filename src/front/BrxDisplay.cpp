@@ -6,11 +6,12 @@
 #include "front/QTDDisplay.h"
 
 #include <brx/BrxComponent.h>
+#include <brx/BrxStatus.h>
 
 namespace {
 
 // The only word whose component field is a literal 7.
-constexpr uint32_t NULL_HANDLE = 0x80070007u;
+constexpr uint32_t NULL_HANDLE = BRX_ERROR_NULL_HANDLE;
 
 } // namespace
 

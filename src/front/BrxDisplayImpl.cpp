@@ -74,15 +74,15 @@ uint32_t BrxDisplayImpl::DisplayVideo(BrxImage* image) {
 uint32_t BrxDisplayImpl::DisplayImage(BrxImage* image, const char* name) {
     (void)image;
     (void)name;
-    return QTD::statusWord(GetComponentTypeID(), 3);
+    return QTD::statusWord(GetComponentTypeID(), BRX_STATUS_NOT_SUPPORTED);
 }
 
 uint32_t BrxDisplayImpl::ConvertImage(BrxImage* source, BrxImage* target) {
     if (display == nullptr) {
-        return QTD::statusWord(GetComponentTypeID(), 8);
+        return QTD::statusWord(GetComponentTypeID(), BRX_STATUS_NOT_INITIALIZED);
     }
     uint32_t code = display->ConvertImage(source, target) & 0xFFFF;
-    if (code == 7) {
+    if (code == BRX_STATUS_BAD_ARGUMENT) {
         // The images do not fit the present converter: the next call builds one for them.
         display->DeleteConverter();
         code = display->ConvertImage(source, target) & 0xFFFF;

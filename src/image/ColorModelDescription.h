@@ -1,5 +1,7 @@
 #pragma once
 
+#include <brx/BrxPixelTypes.h>
+
 #include <cstdint>
 
 // One row of the table of colour models: everything the library knows about a pixel type.
@@ -35,35 +37,35 @@ unsigned int pixelTypeByName(const char* name);
 
 // Pixel types that code names directly, as in the table.
 namespace PixelType {
-inline constexpr uint32_t Mono8 = 0x01080101;
-inline constexpr uint32_t Mono10 = 0x01100202;
-inline constexpr uint32_t Mono12 = 0x01100306;
-inline constexpr uint32_t Mono14 = 0x0110040A;
-inline constexpr uint32_t Mono16 = 0x0110050B;
-inline constexpr uint32_t Mono10p = 0x010A2203;
-inline constexpr uint32_t Mono12p = 0x010C2307;
-inline constexpr uint32_t Mono10Packed = 0x010C1204;
-inline constexpr uint32_t Mono12Packed = 0x010C1308;
-inline constexpr uint32_t RGB8 = 0x02180171;
-inline constexpr uint32_t BGR8 = 0x02180172;
-inline constexpr uint32_t RGB10 = 0x02300275;
-inline constexpr uint32_t BGR10 = 0x02300276;
-inline constexpr uint32_t RGB12 = 0x02300377;
-inline constexpr uint32_t BGR12 = 0x02300378;
-inline constexpr uint32_t RGB16 = 0x0230057B;
-inline constexpr uint32_t BGR16 = 0x0230057C;
-inline constexpr uint32_t YUV422_8_UYVY = 0x05100180;
-inline constexpr uint32_t YUV422_8 = 0x05100181;
-inline constexpr uint32_t BayerGR8 = 0x0308010D;
-inline constexpr uint32_t BayerRG8 = 0x0308010E;
-inline constexpr uint32_t BayerBG8 = 0x03080110;
-inline constexpr uint32_t BayerGB8 = 0x0308010F;
-inline constexpr uint32_t BayerGR12 = 0x03100315;
-inline constexpr uint32_t BayerRG12 = 0x03100316;
-inline constexpr uint32_t BayerGB10Packed = 0x030C121E;
-inline constexpr uint32_t BayerRG12p = 0x030C2323;
-inline constexpr uint32_t TrueSense_BGGR_WBBW_0_8 = 0x04080131;
-inline constexpr uint32_t TrueSense_BGGR_WBBW_0_12 = 0x04100351;
+inline constexpr uint32_t Mono8 = BRX_PIXEL_Mono8;
+inline constexpr uint32_t Mono10 = BRX_PIXEL_Mono10;
+inline constexpr uint32_t Mono12 = BRX_PIXEL_Mono12;
+inline constexpr uint32_t Mono14 = BRX_PIXEL_Mono14;
+inline constexpr uint32_t Mono16 = BRX_PIXEL_Mono16;
+inline constexpr uint32_t Mono10p = BRX_PIXEL_Mono10p;
+inline constexpr uint32_t Mono12p = BRX_PIXEL_Mono12p;
+inline constexpr uint32_t Mono10Packed = BRX_PIXEL_Mono10Packed;
+inline constexpr uint32_t Mono12Packed = BRX_PIXEL_Mono12Packed;
+inline constexpr uint32_t RGB8 = BRX_PIXEL_RGB8;
+inline constexpr uint32_t BGR8 = BRX_PIXEL_BGR8;
+inline constexpr uint32_t RGB10 = BRX_PIXEL_RGB10;
+inline constexpr uint32_t BGR10 = BRX_PIXEL_BGR10;
+inline constexpr uint32_t RGB12 = BRX_PIXEL_RGB12;
+inline constexpr uint32_t BGR12 = BRX_PIXEL_BGR12;
+inline constexpr uint32_t RGB16 = BRX_PIXEL_RGB16;
+inline constexpr uint32_t BGR16 = BRX_PIXEL_BGR16;
+inline constexpr uint32_t YUV422_8_UYVY = BRX_PIXEL_YUV422_8_UYVY;
+inline constexpr uint32_t YUV422_8 = BRX_PIXEL_YUV422_8;
+inline constexpr uint32_t BayerGR8 = BRX_PIXEL_BayerGR8;
+inline constexpr uint32_t BayerRG8 = BRX_PIXEL_BayerRG8;
+inline constexpr uint32_t BayerBG8 = BRX_PIXEL_BayerBG8;
+inline constexpr uint32_t BayerGB8 = BRX_PIXEL_BayerGB8;
+inline constexpr uint32_t BayerGR12 = BRX_PIXEL_BayerGR12;
+inline constexpr uint32_t BayerRG12 = BRX_PIXEL_BayerRG12;
+inline constexpr uint32_t BayerGB10Packed = BRX_PIXEL_BayerGB10Packed;
+inline constexpr uint32_t BayerRG12p = BRX_PIXEL_BayerRG12p;
+inline constexpr uint32_t TrueSense_BGGR_WBBW_0_8 = BRX_PIXEL_TrueSense_BGGR_WBBW_0_8;
+inline constexpr uint32_t TrueSense_BGGR_WBBW_0_12 = BRX_PIXEL_TrueSense_BGGR_WBBW_0_12;
 } // namespace PixelType
 
 } // namespace QTD

@@ -31,14 +31,10 @@ bool trueSensePosition(unsigned int typeID, int& depthIndex, int& position) {
 }
 
 struct NamedType {
-    const char* name;
+    unsigned int type;
     ClrMode mode;
     int order;
 };
-
-unsigned int typeOf(const char* name) {
-    return pixelTypeByName(name);
-}
 
 int depthFromCode(unsigned int typeID) {
     switch ((typeID >> 8) & 0x0F) {
@@ -152,16 +148,19 @@ void PixelFormat::setTypeID(unsigned int typeID) {
     }
 
     static const NamedType named[] = {
-        {"Mono8", ClrMono, -1},  {"Mono10", ClrMono, -1},       {"Mono10p", ClrMono, -1},
-        {"Mono12", ClrMono, -1}, {"Mono12p", ClrMono, -1},      {"Mono14", ClrMono, -1},
-        {"Mono16", ClrMono, -1}, {"RGB8", ClrRGB, 0},           {"RGB10", ClrRGB, 0},
-        {"RGB12", ClrRGB, 0},    {"RGB14", ClrRGB, 0},          {"RGB16", ClrRGB, 0},
-        {"BGR8", ClrRGB, 1},     {"BGR10", ClrRGB, 1},          {"BGR12", ClrRGB, 1},
-        {"BGR14", ClrRGB, 1},    {"BGR16", ClrRGB, 1},          {"RGBa8", ClrRGBA, 0},
-        {"BGRa8", ClrRGBA, 1},   {"YUV422_8_UYVY", ClrYUV, -1},
+        {BRX_PIXEL_Mono8, ClrMono, -1},   {BRX_PIXEL_Mono10, ClrMono, -1},
+        {BRX_PIXEL_Mono10p, ClrMono, -1}, {BRX_PIXEL_Mono12, ClrMono, -1},
+        {BRX_PIXEL_Mono12p, ClrMono, -1}, {BRX_PIXEL_Mono14, ClrMono, -1},
+        {BRX_PIXEL_Mono16, ClrMono, -1},  {BRX_PIXEL_RGB8, ClrRGB, 0},
+        {BRX_PIXEL_RGB10, ClrRGB, 0},     {BRX_PIXEL_RGB12, ClrRGB, 0},
+        {BRX_PIXEL_RGB14, ClrRGB, 0},     {BRX_PIXEL_RGB16, ClrRGB, 0},
+        {BRX_PIXEL_BGR8, ClrRGB, 1},      {BRX_PIXEL_BGR10, ClrRGB, 1},
+        {BRX_PIXEL_BGR12, ClrRGB, 1},     {BRX_PIXEL_BGR14, ClrRGB, 1},
+        {BRX_PIXEL_BGR16, ClrRGB, 1},     {BRX_PIXEL_RGBa8, ClrRGBA, 0},
+        {BRX_PIXEL_BGRa8, ClrRGBA, 1},    {BRX_PIXEL_YUV422_8_UYVY, ClrYUV, -1},
     };
     for (const NamedType& n : named) {
-        if (typeOf(n.name) != typeID)
+        if (n.type != typeID)
             continue;
         mode = n.mode;
         if (n.order >= 0)
@@ -214,38 +213,38 @@ unsigned int PixelFormat::getTypeID() const {
         const bool rgb = order == 0;
         switch (depth) {
         case 8:
-            return typeOf(rgb ? "RGB8" : "BGR8");
+            return rgb ? BRX_PIXEL_RGB8 : BRX_PIXEL_BGR8;
         case 10:
-            return typeOf(rgb ? "RGB10" : "BGR10");
+            return rgb ? BRX_PIXEL_RGB10 : BRX_PIXEL_BGR10;
         case 12:
-            return typeOf(rgb ? "RGB12" : "BGR12");
+            return rgb ? BRX_PIXEL_RGB12 : BRX_PIXEL_BGR12;
         case 14:
-            return typeOf(rgb ? "RGB14" : "BGR14");
+            return rgb ? BRX_PIXEL_RGB14 : BRX_PIXEL_BGR14;
         default:
-            return typeOf(rgb ? "RGB16" : "BGR16");
+            return rgb ? BRX_PIXEL_RGB16 : BRX_PIXEL_BGR16;
         }
     }
     case ClrRGBA:
         if (depth != 8)
             return 0;
-        return typeOf(order == 0 ? "RGBa8" : "BGRa8");
+        return order == 0 ? BRX_PIXEL_RGBa8 : BRX_PIXEL_BGRa8;
     case ClrMono: {
         const bool usb = option == "usb";
         switch (depth) {
         case 10:
-            return typeOf(usb ? "Mono10p" : "Mono10");
+            return usb ? BRX_PIXEL_Mono10p : BRX_PIXEL_Mono10;
         case 12:
-            return typeOf(usb ? "Mono12p" : "Mono12");
+            return usb ? BRX_PIXEL_Mono12p : BRX_PIXEL_Mono12;
         case 14:
-            return typeOf("Mono14");
+            return BRX_PIXEL_Mono14;
         case 16:
-            return typeOf("Mono16");
+            return BRX_PIXEL_Mono16;
         default:
-            return typeOf("Mono8");
+            return BRX_PIXEL_Mono8;
         }
     }
     case ClrYUV:
-        return depth == 8 && order == 0 ? typeOf("YUV422_8_UYVY") : 0;
+        return depth == 8 && order == 0 ? BRX_PIXEL_YUV422_8_UYVY : 0;
     default:
         return 0;
     }

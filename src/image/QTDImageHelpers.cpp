@@ -532,29 +532,29 @@ int dataApplyLUT(BrxImage* image, QTD::LookupTable* table) {
 // by one site diagonally: the camera's RG is OpenCV's BG.
 int PixelTypeToBayerType(unsigned int pixelType) {
     switch (pixelType) {
-    case 0x0308010D: // BayerGR8
-    case 0x03100211: // BayerGR10
-    case 0x03100315: // BayerGR12
-    case 0x03100429: // BayerGR14
-    case 0x0310052D: // BayerGR16
+    case BRX_PIXEL_BayerGR8:
+    case BRX_PIXEL_BayerGR10:
+    case BRX_PIXEL_BayerGR12:
+    case BRX_PIXEL_BayerGR14:
+    case BRX_PIXEL_BayerGR16:
         return cv::COLOR_BayerGB2RGB;
-    case 0x0308010E: // BayerRG8
-    case 0x03100212: // BayerRG10
-    case 0x03100316: // BayerRG12
-    case 0x0310042A: // BayerRG14
-    case 0x0310052E: // BayerRG16
+    case BRX_PIXEL_BayerRG8:
+    case BRX_PIXEL_BayerRG10:
+    case BRX_PIXEL_BayerRG12:
+    case BRX_PIXEL_BayerRG14:
+    case BRX_PIXEL_BayerRG16:
         return cv::COLOR_BayerBG2RGB;
-    case 0x0308010F: // BayerGB8
-    case 0x03100213: // BayerGB10
-    case 0x03100317: // BayerGB12
-    case 0x0310042B: // BayerGB14
-    case 0x0310052F: // BayerGB16
+    case BRX_PIXEL_BayerGB8:
+    case BRX_PIXEL_BayerGB10:
+    case BRX_PIXEL_BayerGB12:
+    case BRX_PIXEL_BayerGB14:
+    case BRX_PIXEL_BayerGB16:
         return cv::COLOR_BayerGR2RGB;
-    case 0x03080110: // BayerBG8
-    case 0x03100214: // BayerBG10
-    case 0x03100318: // BayerBG12
-    case 0x0310042C: // BayerBG14
-    case 0x03100530: // BayerBG16
+    case BRX_PIXEL_BayerBG8:
+    case BRX_PIXEL_BayerBG10:
+    case BRX_PIXEL_BayerBG12:
+    case BRX_PIXEL_BayerBG14:
+    case BRX_PIXEL_BayerBG16:
         return cv::COLOR_BayerRG2RGB;
     default:
         return -1;

@@ -1,5 +1,7 @@
 #include "image/QTDImageTypes.h"
 
+#include <brx/BrxPixelTypes.h>
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,6 +10,7 @@
 #include <sstream>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 using namespace QTD;
@@ -79,6 +82,59 @@ TEST(ColorModelTable, EveryRowRoundTripsNameTypeAndShape) {
     EXPECT_EQ(nullptr, colorModelByType(0));
     EXPECT_EQ(nullptr, colorModelByType(134));
     EXPECT_EQ(nullptr, colorModelByName("mono8")); // exact names only
+}
+
+// Each name of the public header stands for the row of that name, and every row has one.
+TEST(ColorModelTable, PublicNamesAreTheRowsTypes) {
+#define ROW(name) std::make_pair(#name, BRX_PIXEL_##name)
+    // clang-format off
+    const std::pair<const char*, BrxPixelType> rows[] = {
+        ROW(Mono8), ROW(Mono10), ROW(Mono10p), ROW(Mono10Packed), ROW(Mono10_FLExPacked),
+        ROW(Mono12), ROW(Mono12p), ROW(Mono12Packed), ROW(Mono12_FLExPacked), ROW(Mono14),
+        ROW(Mono16), ROW(Mono8_FLExPacked), ROW(BayerGR8), ROW(BayerRG8), ROW(BayerGB8),
+        ROW(BayerBG8), ROW(BayerGR10), ROW(BayerRG10), ROW(BayerGB10), ROW(BayerBG10),
+        ROW(BayerGR12), ROW(BayerRG12), ROW(BayerGB12), ROW(BayerBG12), ROW(BayerGR10p),
+        ROW(BayerGR10Packed), ROW(BayerRG10p), ROW(BayerRG10Packed), ROW(BayerGB10p),
+        ROW(BayerGB10Packed), ROW(BayerBG10p), ROW(BayerBG10Packed), ROW(BayerGR12p),
+        ROW(BayerGR12Packed), ROW(BayerRG12p), ROW(BayerRG12Packed), ROW(BayerGB12p),
+        ROW(BayerGB12Packed), ROW(BayerBG12p), ROW(BayerBG12Packed), ROW(BayerGR14), ROW(BayerRG14),
+        ROW(BayerGB14), ROW(BayerBG14), ROW(BayerGR16), ROW(BayerRG16), ROW(BayerGB16),
+        ROW(BayerBG16), ROW(TrueSense_BGGR_WBBW_0_8), ROW(TrueSense_BGGR_WBBW_1_8),
+        ROW(TrueSense_BGGR_WBBW_2_8), ROW(TrueSense_BGGR_WBBW_3_8), ROW(TrueSense_GBRG_WGGW_0_8),
+        ROW(TrueSense_GBRG_WGGW_1_8), ROW(TrueSense_GBRG_WGGW_2_8), ROW(TrueSense_GBRG_WGGW_3_8),
+        ROW(TrueSense_GRBG_WGGW_0_8), ROW(TrueSense_GRBG_WGGW_1_8), ROW(TrueSense_GRBG_WGGW_2_8),
+        ROW(TrueSense_GRBG_WGGW_3_8), ROW(TrueSense_RGGB_WRRW_0_8), ROW(TrueSense_RGGB_WRRW_1_8),
+        ROW(TrueSense_RGGB_WRRW_2_8), ROW(TrueSense_RGGB_WRRW_3_8), ROW(TrueSense_BGGR_WBBW_0_10),
+        ROW(TrueSense_BGGR_WBBW_1_10), ROW(TrueSense_BGGR_WBBW_2_10), ROW(TrueSense_BGGR_WBBW_3_10),
+        ROW(TrueSense_GBRG_WGGW_0_10), ROW(TrueSense_GBRG_WGGW_1_10), ROW(TrueSense_GBRG_WGGW_2_10),
+        ROW(TrueSense_GBRG_WGGW_3_10), ROW(TrueSense_GRBG_WGGW_0_10), ROW(TrueSense_GRBG_WGGW_1_10),
+        ROW(TrueSense_GRBG_WGGW_2_10), ROW(TrueSense_GRBG_WGGW_3_10), ROW(TrueSense_RGGB_WRRW_0_10),
+        ROW(TrueSense_RGGB_WRRW_1_10), ROW(TrueSense_RGGB_WRRW_2_10), ROW(TrueSense_RGGB_WRRW_3_10),
+        ROW(TrueSense_BGGR_WBBW_0_12), ROW(TrueSense_BGGR_WBBW_1_12), ROW(TrueSense_BGGR_WBBW_2_12),
+        ROW(TrueSense_BGGR_WBBW_3_12), ROW(TrueSense_GBRG_WGGW_0_12), ROW(TrueSense_GBRG_WGGW_1_12),
+        ROW(TrueSense_GBRG_WGGW_2_12), ROW(TrueSense_GBRG_WGGW_3_12), ROW(TrueSense_GRBG_WGGW_0_12),
+        ROW(TrueSense_GRBG_WGGW_1_12), ROW(TrueSense_GRBG_WGGW_2_12), ROW(TrueSense_GRBG_WGGW_3_12),
+        ROW(TrueSense_RGGB_WRRW_0_12), ROW(TrueSense_RGGB_WRRW_1_12), ROW(TrueSense_RGGB_WRRW_2_12),
+        ROW(TrueSense_RGGB_WRRW_3_12), ROW(TrueSense_BGGR_WBBW_0_14), ROW(TrueSense_BGGR_WBBW_1_14),
+        ROW(TrueSense_BGGR_WBBW_2_14), ROW(TrueSense_BGGR_WBBW_3_14), ROW(TrueSense_GBRG_WGGW_0_14),
+        ROW(TrueSense_GBRG_WGGW_1_14), ROW(TrueSense_GBRG_WGGW_2_14), ROW(TrueSense_GBRG_WGGW_3_14),
+        ROW(TrueSense_GRBG_WGGW_0_14), ROW(TrueSense_GRBG_WGGW_1_14), ROW(TrueSense_GRBG_WGGW_2_14),
+        ROW(TrueSense_GRBG_WGGW_3_14), ROW(TrueSense_RGGB_WRRW_0_14), ROW(TrueSense_RGGB_WRRW_1_14),
+        ROW(TrueSense_RGGB_WRRW_2_14), ROW(TrueSense_RGGB_WRRW_3_14), ROW(RGB8), ROW(BGR8),
+        ROW(RGBa8), ROW(BGRa8), ROW(RGB10), ROW(BGR10), ROW(RGB12), ROW(BGR12), ROW(RGB14),
+        ROW(BGR14), ROW(RGB16), ROW(BGR16), ROW(RGB_8_FLEX_Packed), ROW(RGB_10_FLEX_Packed),
+        ROW(RGB_12_FLEX_Packed), ROW(YUV422_8_UYVY), ROW(YUV422_8), ROW(YUV422_10),
+        ROW(YUV422_10_PACKED), ROW(YUV444_8), ROW(YCbCr422_8),
+    };
+    // clang-format on
+#undef ROW
+    std::set<uint32_t> types;
+    for (const auto& [name, type] : rows) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(pixelTypeByName(name), type);
+        EXPECT_TRUE(types.insert(type).second);
+    }
+    EXPECT_EQ(types.size(), size_t(kColorModelCount));
 }
 
 // The expected format of each row, worked out from its name alone.

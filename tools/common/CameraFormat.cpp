@@ -1,5 +1,7 @@
 #include "CameraFormat.h"
 
+#include <brx/BrxPixelTypes.h>
+
 #include <algorithm>
 #include <strings.h>
 
@@ -31,65 +33,73 @@ CameraFormat make(const char* name, uint32_t type, CameraFormat::Layout layout, 
     return f;
 }
 
+// The name and its type word from one token, so that the two cannot part.
+#define F(name, ...) make(#name, BRX_PIXEL_##name, __VA_ARGS__)
+
 std::vector<CameraFormat> table() {
     using L = CameraFormat::Layout;
     using P = CameraFormat::Packing;
-    std::vector<CameraFormat> t = {
-        make("Mono8", 0x01080101, L::Mono, 8),
-        make("Mono10", 0x01100202, L::Mono, 10),
-        make("Mono10p", 0x010A2203, L::Mono, 10, P::Lsb),
-        make("Mono10Packed", 0x010C1204, L::Mono, 10, P::Gev),
-        make("Mono12", 0x01100306, L::Mono, 12),
-        make("Mono12p", 0x010C2307, L::Mono, 12, P::Lsb),
-        make("Mono12Packed", 0x010C1308, L::Mono, 12, P::Gev),
-        make("Mono14", 0x0110040A, L::Mono, 14),
-        make("Mono16", 0x0110050B, L::Mono, 16),
+    return {
+        F(Mono8, L::Mono, 8),
+        F(Mono10, L::Mono, 10),
+        F(Mono10p, L::Mono, 10, P::Lsb),
+        F(Mono10Packed, L::Mono, 10, P::Gev),
+        F(Mono12, L::Mono, 12),
+        F(Mono12p, L::Mono, 12, P::Lsb),
+        F(Mono12Packed, L::Mono, 12, P::Gev),
+        F(Mono14, L::Mono, 14),
+        F(Mono16, L::Mono, 16),
+        F(BayerGR8, L::Bayer, 8),
+        F(BayerRG8, L::Bayer, 8),
+        F(BayerGB8, L::Bayer, 8),
+        F(BayerBG8, L::Bayer, 8),
+        F(BayerGR10, L::Bayer, 10),
+        F(BayerRG10, L::Bayer, 10),
+        F(BayerGB10, L::Bayer, 10),
+        F(BayerBG10, L::Bayer, 10),
+        F(BayerGR12, L::Bayer, 12),
+        F(BayerRG12, L::Bayer, 12),
+        F(BayerGB12, L::Bayer, 12),
+        F(BayerBG12, L::Bayer, 12),
+        F(BayerGR14, L::Bayer, 14),
+        F(BayerRG14, L::Bayer, 14),
+        F(BayerGB14, L::Bayer, 14),
+        F(BayerBG14, L::Bayer, 14),
+        F(BayerGR16, L::Bayer, 16),
+        F(BayerRG16, L::Bayer, 16),
+        F(BayerGB16, L::Bayer, 16),
+        F(BayerBG16, L::Bayer, 16),
+        F(BayerGR10p, L::Bayer, 10, P::Lsb),
+        F(BayerGR10Packed, L::Bayer, 10, P::Gev),
+        F(BayerRG10p, L::Bayer, 10, P::Lsb),
+        F(BayerRG10Packed, L::Bayer, 10, P::Gev),
+        F(BayerGB10p, L::Bayer, 10, P::Lsb),
+        F(BayerGB10Packed, L::Bayer, 10, P::Gev),
+        F(BayerBG10p, L::Bayer, 10, P::Lsb),
+        F(BayerBG10Packed, L::Bayer, 10, P::Gev),
+        F(BayerGR12p, L::Bayer, 12, P::Lsb),
+        F(BayerGR12Packed, L::Bayer, 12, P::Gev),
+        F(BayerRG12p, L::Bayer, 12, P::Lsb),
+        F(BayerRG12Packed, L::Bayer, 12, P::Gev),
+        F(BayerGB12p, L::Bayer, 12, P::Lsb),
+        F(BayerGB12Packed, L::Bayer, 12, P::Gev),
+        F(BayerBG12p, L::Bayer, 12, P::Lsb),
+        F(BayerBG12Packed, L::Bayer, 12, P::Gev),
+        F(RGB8, L::Rgb, 8),
+        F(BGR8, L::Bgr, 8),
+        F(RGB10, L::Rgb, 10),
+        F(BGR10, L::Bgr, 10),
+        F(RGB12, L::Rgb, 12),
+        F(BGR12, L::Bgr, 12),
+        F(RGB14, L::Rgb, 14),
+        F(BGR14, L::Bgr, 14),
+        F(RGB16, L::Rgb, 16),
+        F(BGR16, L::Bgr, 16),
+        F(YUV422_8_UYVY, L::Uyvy, 8),
     };
-    // Running numbers of the Bayer rows: plain depths, then the packed forms.
-    const char* patterns[] = {"GR", "RG", "GB", "BG"};
-    const struct {
-        int depth;
-        uint32_t base; // type word without the running number
-        int first;     // running number of the GR row
-    } plain[] = {{8, 0x03080100, 13},
-                 {10, 0x03100200, 17},
-                 {12, 0x03100300, 21},
-                 {14, 0x03100400, 41},
-                 {16, 0x03100500, 45}};
-    for (const auto& d : plain) {
-        for (int i = 0; i < 4; ++i) {
-            const std::string name = std::string("Bayer") + patterns[i] + std::to_string(d.depth);
-            t.push_back(
-                make(name.c_str(), d.base | static_cast<uint32_t>(d.first + i), L::Bayer, d.depth));
-        }
-    }
-    // 25.. : GR10p GR10Packed RG10p RG10Packed GB.. BG.., then the same for 12.
-    for (int depth : {10, 12}) {
-        const int first = depth == 10 ? 25 : 33;
-        for (int i = 0; i < 4; ++i) {
-            const std::string stem = std::string("Bayer") + patterns[i] + std::to_string(depth);
-            const uint32_t code = depth == 10 ? 0x200 : 0x300;
-            const uint32_t p = 0x03000000 | (depth == 10 ? 0x000A0000 : 0x000C0000) | 0x2000 |
-                               code | static_cast<uint32_t>(first + 2 * i);
-            const uint32_t g =
-                0x030C0000 | 0x1000 | code | static_cast<uint32_t>(first + 2 * i + 1);
-            t.push_back(make((stem + "p").c_str(), p, L::Bayer, depth, P::Lsb));
-            t.push_back(make((stem + "Packed").c_str(), g, L::Bayer, depth, P::Gev));
-        }
-    }
-    t.push_back(make("RGB8", 0x02180171, L::Rgb, 8));
-    t.push_back(make("BGR8", 0x02180172, L::Bgr, 8));
-    t.push_back(make("RGB10", 0x02300275, L::Rgb, 10));
-    t.push_back(make("BGR10", 0x02300276, L::Bgr, 10));
-    t.push_back(make("RGB12", 0x02300377, L::Rgb, 12));
-    t.push_back(make("BGR12", 0x02300378, L::Bgr, 12));
-    t.push_back(make("RGB14", 0x02300479, L::Rgb, 14));
-    t.push_back(make("BGR14", 0x0230047A, L::Bgr, 14));
-    t.push_back(make("RGB16", 0x0230057B, L::Rgb, 16));
-    t.push_back(make("BGR16", 0x0230057C, L::Bgr, 16));
-    t.push_back(make("YUV422_8_UYVY", 0x05100180, L::Uyvy, 8));
-    return t;
 }
+
+#undef F
 
 } // namespace
 
