@@ -24,3 +24,16 @@ file(RELATIVE_PATH pc_to_prefix /root/${CMAKE_INSTALL_LIBDIR}/pkgconfig /root)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/brxdisplayqt.pc.in
     ${PROJECT_BINARY_DIR}/brxdisplayqt.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/brxdisplayqt.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# cpack -G DEB: a Debian package of the libraries, the headers and the tools. The libraries'
+# own dependencies come from dpkg-shlibdeps; the fonts the library names (Cambria, Calibri,
+# Courier New) are found through their metric-compatible Debian faces.
+set(CPACK_PACKAGE_NAME brxdisplayqt)
+set(CPACK_PACKAGE_CONTACT "BrxDisplayQt developers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
+    "Display and conversion of machine-vision camera images in Qt 5 applications")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "fonts-crosextra-caladea, fonts-crosextra-carlito, fonts-liberation")
+include(CPack)

@@ -1,9 +1,12 @@
 #include "screen/SurfaceText.h"
 
 #include <QFont>
+#include <QFontInfo>
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -74,3 +77,24 @@ TEST(SurfaceText, MeasuringSplittingAndDrawingLines) {
 }
 
 } // namespace
+
+// The faces the fonts are named by are not on Linux; their metric-compatible stand-ins must be
+// found instead, so that text takes the room it takes where the faces exist.
+TEST(SurfaceText, NamedFacesResolveToMetricCompatibleFamilies) {
+    const std::map<std::string, std::set<std::string>> compatible = {
+        {"Cambria", {"Cambria", "Caladea"}},
+        {"Calibri", {"Calibri", "Carlito"}},
+        {"Courier New", {"Courier New", "Liberation Mono"}}};
+    RecordingText t;
+    ASSERT_EQ(t.fonts.groups.size(), 5u);
+    for (auto& [name, bag] : t.fonts.groups) {
+        const std::string face = bag.get("face").c_str();
+        SCOPED_TRACE(name.c_str() + (" in " + face));
+        ASSERT_EQ(compatible.count(face), 1u);
+        const QFont* font = static_cast<QFont*>(bag.get("font").as<void*>());
+        const QFontInfo info(*font);
+        EXPECT_EQ(compatible.at(face).count(info.family().toStdString()), 1u)
+            << "resolved to " << info.family().toStdString();
+        EXPECT_EQ(info.bold(), font->bold());
+    }
+}
