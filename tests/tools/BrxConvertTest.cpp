@@ -10,8 +10,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
 #include <string>
 #include <sys/wait.h>
+#include <vector>
 
 namespace {
 
@@ -33,6 +35,21 @@ ToolRun runConvert(const std::string& args) {
         r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     }
     return r;
+}
+
+// What a command writes to stdout, and its exit status.
+std::string helpOf(const char* tool, int& status) {
+    std::string out;
+    if (FILE* p = popen((std::string(tool) + " --help").c_str(), "r")) {
+        char buffer[4096];
+        size_t n;
+        while ((n = std::fread(buffer, 1, sizeof(buffer), p)) > 0) {
+            out.append(buffer, n);
+        }
+        const int raw = pclose(p);
+        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    }
+    return out;
 }
 
 // Smooth in every channel, so that demosaicing and chroma subsampling lose little.
@@ -203,6 +220,29 @@ TEST_F(BrxConvert, EveryBadInputIsOneLineAndAFailure) {
         EXPECT_EQ(r.err.rfind("brxconvert: ", 0), 0u) << r.err;
         EXPECT_NE(r.err.find(c.second), std::string::npos) << r.err;
         EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << r.err;
+    }
+}
+
+// Both tools' help lists every camera format by its name, the viewer's also its controls.
+TEST(ToolHelp, ListsEveryFormatAndTheViewersControls) {
+    const struct {
+        const char* tool;
+        std::vector<std::string> controls;
+    } tools[] = {{BRXCONVERT, {}},
+                 {BRXVIEW,
+                  {"left drag", "double-click", "wheel", "right drag", "Shift", "Ctrl", "0, 1, 2",
+                   "s d", "s i"}}};
+    for (const auto& t : tools) {
+        SCOPED_TRACE(t.tool);
+        int status = -1;
+        const std::string help = helpOf(t.tool, status);
+        EXPECT_EQ(status, 0);
+        for (const CameraFormat& f : CameraFormat::all()) {
+            EXPECT_TRUE(std::regex_search(help, std::regex("\\s" + f.name + "\\s"))) << f.name;
+        }
+        for (const std::string& c : t.controls) {
+            EXPECT_NE(help.find(c), std::string::npos) << c;
+        }
     }
 }
 

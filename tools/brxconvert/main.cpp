@@ -59,6 +59,8 @@ int main(int argc, char** argv) {
         const std::string a = argv[i];
         if (a == "--help" || a == "-h") {
             std::fputs(USAGE, stdout);
+            std::printf("camera pixel formats (--format, --to):\n%s",
+                        CameraFormat::listing("  ").c_str());
             return 0;
         }
         if (a == "--format" || a == "--size" || a == "--to") {

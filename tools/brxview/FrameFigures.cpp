@@ -60,7 +60,16 @@ void FrameFigures::reset() {
 
 int FrameFigures::RunCommandParams(const char* command,
                                    std::map<std::string, std::string>* params) {
-    if (command == nullptr || std::string(command) != "notification.image") {
+    if (command == nullptr) {
+        return 0;
+    }
+    // On the messenger's thread: the receiving end is queued.
+    if (std::string(command) == "cmd.display.view.status" ||
+        std::string(command) == "cmd.display.view.info") {
+        emit lineToggled(std::string(command) == "cmd.display.view.status");
+        return 0;
+    }
+    if (std::string(command) != "notification.image") {
         return 0;
     }
     const auto result = params != nullptr ? params->find("result") : decltype(params->end()){};

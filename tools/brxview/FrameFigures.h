@@ -2,7 +2,8 @@
 
 // Counts what the display does with the frames: a receiver of the controller's
 // "notification.image", which arrives on the controller's thread after each pass through the
-// chain; and the repaints of the display's own window, seen through an event filter.
+// chain; and the repaints of the display's own window, seen through an event filter. It also
+// passes on the status and info keys typed in that window, which reach receivers only.
 
 #include <brx/BrxDisplayCommand.h>
 
@@ -34,6 +35,10 @@ public:
     double processingMs() const;
     // Processed frames per second between the first and the last notification.
     double fps() const;
+
+signals:
+    // "sd" or "si" typed in the display's window: the status or the info line's switch flips.
+    void lineToggled(bool status);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

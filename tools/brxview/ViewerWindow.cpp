@@ -50,6 +50,10 @@ ViewerWindow::ViewerWindow(const Settings& chosen) : settings(chosen) {
     counters = new FrameFigures(this);
     counters->attach(display);
     qApp->installEventFilter(counters);
+    // The boxes send the commands, so that they and the display stay in step.
+    connect(
+        counters, &FrameFigures::lineToggled, this,
+        [this](bool status) { (status ? statusBox : infoBox)->toggle(); }, Qt::QueuedConnection);
 
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &ViewerWindow::refreshFigures);

@@ -34,6 +34,19 @@ const char* const USAGE =
     "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
     "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
 
+// What the display's window does with the mouse and the keys.
+const char* const CONTROLS =
+    "in the picture:\n"
+    "  left drag          pan; leaves fit mode\n"
+    "  double-click       centre the view on the point\n"
+    "  wheel, + and -     zoom in or out one step; the centre of the view stays\n"
+    "  right drag         zoom so that the band drawn fills the view; with Shift held, so\n"
+    "                     that the view shrinks into the band\n"
+    "  Ctrl + right drag  a band centred where the drag began: drag right to zoom in, left\n"
+    "                     to zoom out\n"
+    "  0, 1, 2            fit to window, actual size (1:1), fill window\n"
+    "  s d, s i           status line, info line on or off (typed in sequence)\n";
+
 struct Options {
     ViewerWindow::Settings settings;
     bool headless = false;
@@ -69,6 +82,9 @@ int parse(int argc, char** argv, Options& o) {
         const char* v = nullptr;
         if (a == "--help" || a == "-h") {
             std::fputs(USAGE, stdout);
+            std::printf("camera pixel formats (--format):\n%s",
+                        CameraFormat::listing("  ").c_str());
+            std::fputs(CONTROLS, stdout);
             return 1;
         } else if (a == "--headless") {
             o.headless = true;

@@ -125,6 +125,18 @@ std::string CameraFormat::names() {
     return text;
 }
 
+std::string CameraFormat::listing(const std::string& indent, size_t width) {
+    std::string text, line = indent;
+    for (const CameraFormat& f : all()) {
+        if (line.size() > indent.size() && line.size() + 1 + f.name.size() > width) {
+            text += line + "\n";
+            line = indent;
+        }
+        line += (line.size() > indent.size() ? " " : "") + f.name;
+    }
+    return text + line + "\n";
+}
+
 uint32_t CameraFormat::rowBytes(uint32_t width) const {
     switch (packing) {
     case Packing::Lsb:

@@ -27,8 +27,10 @@ public:
     // Case-insensitive; null for a name the tools don't know.
     static const CameraFormat* find(const std::string& name);
     static const std::vector<CameraFormat>& all();
-    // The names, one line, for error messages and --help.
+    // The names, one line, for error messages.
     static std::string names();
+    // The names in lines of at most `width` characters, each starting with `indent`, for --help.
+    static std::string listing(const std::string& indent, size_t width = 80);
 
     int bitsPerPixel() const { return static_cast<int>((pixelType >> 16) & 0xFF); }
     int channels() const { return layout == Layout::Rgb || layout == Layout::Bgr ? 3 : 1; }
