@@ -48,7 +48,7 @@ void checkHeadlessRun(const std::string& environment, const char* format,
     const std::string shot = dir.filePath("shot.png").toStdString();
     int status = -1;
     const std::string out =
-        run(environment + " " + BRXVIEW + " --headless --frames 40 --fps 20 " +
+        run(environment + " " + BRXVIEW + " --headless --frames 60 --fps 20 " +
                 "--size 640x480 --format " + format + " " + options + " --screenshot " + shot,
             status);
     ASSERT_EQ(status, 0) << out;
@@ -58,15 +58,15 @@ void checkHeadlessRun(const std::string& environment, const char* format,
                                   std::regex("offered (\\d+), processed (\\d+), shown (\\d+), "
                                              "fps ([0-9.]+), processing ([0-9.]+) ms/frame")))
         << out;
-    EXPECT_EQ(std::stoi(m[1]), 40);
+    EXPECT_EQ(std::stoi(m[1]), 60);
     EXPECT_GT(std::stoi(m[2]), 0);
-    EXPECT_LE(std::stoi(m[2]), 40);
+    EXPECT_LE(std::stoi(m[2]), 60);
     EXPECT_GT(std::stoi(m[3]), 0);
     EXPECT_GT(std::stod(m[5]), 0.0);
 
     // Taken while frames still flowed, so that the status line shows the live rate.
-    ASSERT_TRUE(std::regex_search(out, m, std::regex("at frame (\\d+) of 40"))) << out;
-    EXPECT_LT(std::stoi(m[1]), 40);
+    ASSERT_TRUE(std::regex_search(out, m, std::regex("at frame (\\d+) of 60"))) << out;
+    EXPECT_LT(std::stoi(m[1]), 60);
 
     ASSERT_TRUE(std::regex_search(out, m, std::regex("view: (\\d+),(\\d+) (\\d+)x(\\d+)")));
     const QRect view(std::stoi(m[1]), std::stoi(m[2]), std::stoi(m[3]), std::stoi(m[4]));

@@ -246,17 +246,15 @@ int runHeadless(ViewerWindow& window, const Options& o) {
     }
     // Offer every frame, then wait until the display has taken what it will take. The picture
     // is taken while frames still flow, so that the status line shows the live rate: after the
-    // status timer's first second, with three quarters of the frames offered.
+    // status timer's second tick (the first has no rate yet).
     const qint64 limitMs = 20000 + static_cast<qint64>(o.frames * 1000 / o.settings.fps) * 2;
     QPixmap shot;
     uint64_t shotAt = 0;
     while (window.camera().running() && clock.elapsed() < limitMs) {
         pump(20);
-        const uint64_t offered = window.camera().offered();
-        if (shot.isNull() && clock.elapsed() > 1100 && offered * 4 >= o.frames * 3 &&
-            window.camera().running()) {
+        if (shot.isNull() && clock.elapsed() > 2200 && window.camera().running()) {
+            shotAt = window.camera().offered();
             shot = screenshot(window);
-            shotAt = offered;
         }
     }
     const qint64 offeredMs = clock.elapsed();
