@@ -20,8 +20,10 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
+#include <QStyle>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -36,13 +38,17 @@ ViewerWindow::ViewerWindow(const Settings& chosen) : settings(chosen) {
     host = new QWidget(central);
     host->setMinimumSize(320, 240);
     row->addWidget(host, 1);
-    // The controls scroll when the window is short.
+    // The controls scroll when the window is short. The panel is as wide as they want with
+    // the vertical bar beside them, so that the bar covers nothing; should they still not fit,
+    // they scroll sideways too rather than being cut.
     auto* scroller = new QScrollArea(central);
-    scroller->setWidget(buildControls());
+    QWidget* controls = buildControls();
+    scroller->setWidget(controls);
     scroller->setWidgetResizable(true);
-    scroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    scroller->setFixedWidth(300);
     scroller->setFrameShape(QFrame::NoFrame);
+    scroller->setFixedWidth(
+        controls->sizeHint().width() +
+        style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, scroller->verticalScrollBar()));
     row->addWidget(scroller);
     setCentralWidget(central);
 
