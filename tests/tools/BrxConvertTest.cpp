@@ -254,6 +254,7 @@ TEST_F(BrxConvert, EveryBadInputIsOneLineAndAFailure) {
         {"--format Mono8 --size 256x129 " + ok + " " + x, "needs 33024"},
         {"--format Mono12p --size 256x128 " + path("short.raw") + " " + x, "has 9 bytes"},
         {"--format Mono8 --size 256x128 " + path("missing.raw") + " " + x, "cannot read"},
+        {"--format Mono8 --size 256x128 " + dir.path().toStdString() + " " + x, "is a directory"},
         {path("missing.png") + " " + x, "cannot read"},
         {path("short.raw") + " " + x, "cannot read"},
         {png + " " + path("no/such/dir/x.png"), "cannot write"},

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -176,6 +177,10 @@ bool RawFrame::load(const std::string& path, const CameraFormat& format, uint32_
     };
     if (width == 0 || height == 0 || width > 65536 || height > 65536) {
         return fail("bad size " + std::to_string(width) + "x" + std::to_string(height));
+    }
+    std::error_code code;
+    if (std::filesystem::is_directory(path, code)) {
+        return fail(path + " is a directory");
     }
     std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) {
