@@ -657,6 +657,11 @@ uint32_t QTDDisplay::ConvertImage(BrxImage* source, BrxImage* target) {
         lastError = CodeBadArgument;
         return status(CodeBadArgument);
     }
+    // The converter writes the type of the first target it was built for.
+    if (target->pixelType != converter->Format(false)->pixelType) {
+        lastError = CodeFailed;
+        return status(CodeFailed);
+    }
     if (!converter->BeginProcessing()) {
         lastError = CodeFailed;
         return status(CodeFailed);

@@ -6,6 +6,7 @@
 #include "window/QTDViewer.h"
 #include "window/QTDWindow.h"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace FrontTest;
@@ -265,12 +266,16 @@ TEST(Facade, ConvertImageThroughTheChain) {
         }
     }
 
-    // Another size gives code 7, and the retry a converter that does not scale; back at the first
-    // size the retry rebuilds. A new set-up drops the converter: one call converts its new size.
+    // A target of another type than the converter's first fails and is left alone. Another size
+    // gives code 7, and the retry a converter that does not scale; back at the first size the
+    // retry rebuilds. A new set-up drops the converter: one call converts its new size.
     Live live(PT::RGB8);
     auto in = source(PT::RGB8, W, H);
     auto rgb = make(W, H, PT::RGB8), small = make(W / 2, H / 2, PT::RGB8);
+    auto bgr = make(W, H, PT::BGR8);
     ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), rgb.get()), 0u);
+    EXPECT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), bgr.get()), 0x80FF0001u);
+    EXPECT_EQ(std::count(row8(bgr.get(), 0), row8(bgr.get(), H), 0), long(bgr->imageSize));
     EXPECT_EQ(live.display->ConvertImage(in.get(), small.get()), QTD::Procs::statusWord(7));
     EXPECT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), small.get()), 0x80FF0001u);
     ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), rgb.get()), 0u);
