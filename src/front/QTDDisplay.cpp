@@ -6,6 +6,7 @@
 #include "core/AutoLock.h"
 #include "core/ParamsHelper.h"
 #include "core/Thread.h"
+#include "image/ColorModelDescription.h"
 #include "image/ImageLayout.h"
 #include "image/QTDImageHelpers.h"
 #include "image/TextParser.h"
@@ -190,6 +191,13 @@ uint32_t QTDDisplay::Init(BrxImage* format) {
     QTD::PROPERTIES bag;
     bag.set("inputImageFormat", ATTR(static_cast<void*>(format)), true);
     sendObjectMessage("@init.display", &bag);
+    // The set-up above has still taken the old image off the view. A type outside the table
+    // leaves an empty display, which the caller hears of even when set-ups fail silently.
+    const ColorModelDescription* model = QTD::colorModelByType(format->pixelType);
+    if (model == nullptr || model->pixelType != format->pixelType) {
+        lastError = CodeNotSupported;
+        return status(CodeNotSupported);
+    }
     const int code = lastError;
     return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
 }
