@@ -784,8 +784,9 @@ unsigned int QTDDisplay::RunCommand(const char* command) {
     // the order of the two stays that of the set-up.
     std::lock_guard<std::recursive_mutex> setup(setupLock);
     std::lock_guard<std::recursive_mutex> component(componentLock());
-    lastError = CodeNotSupported;
     const ATTR name(command);
+    // The overlay call needs the display's own state as it is: a failure stored here would both
+    // refuse the text and keep the status line off until the next image.
     if (name.same("text.add")) {
         Map params{{"text.font", properties.get("text.font", "default", true)},
                    {"text.clr", properties.get("text.clr", "", true)},
@@ -796,10 +797,8 @@ unsigned int QTDDisplay::RunCommand(const char* command) {
                                        properties.getAs<int>("text.pos.y", "0", true), &params);
         if (!id.empty()) {
             properties.set("objectID", id, true);
-            lastError = 0;
             return 0;
         }
-        lastError = CodeFailed;
         return status(CodeFailed);
     }
     if (name.same("processing.proc.add") && chain != nullptr) {
@@ -808,7 +807,8 @@ unsigned int QTDDisplay::RunCommand(const char* command) {
     } else if (name.same("processing.proc.del") && chain != nullptr) {
         chain->DeleteProcessor("customProcessor");
     }
-    // 3 is what this entry treats as unhandled; the chain commands are answered that way too.
+    // Anything but "text.add" is answered as unhandled, the chain commands too, and the word
+    // stays in lastError.
     const unsigned int word = status(CodeUnknownCommand);
     lastError = int32_t(word);
     return word;
