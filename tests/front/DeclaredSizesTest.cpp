@@ -42,7 +42,7 @@ private:
     size_t span;
 };
 
-// An RGB8 record over guarded bytes of its declared size; pixel (x, y) channel c is
+// An RGB8 or BGR8 record over guarded bytes of its declared size; pixel (x, y) channel c is
 // value(x, y, c + 1), the bytes between rows 0xEE.
 struct Frame {
     Frame(uint32_t type, uint32_t stride, uint32_t imageSize) : bytes(imageSize) {
