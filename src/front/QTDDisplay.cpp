@@ -193,8 +193,7 @@ uint32_t QTDDisplay::Init(BrxImage* format) {
     sendObjectMessage("@init.display", &bag);
     // The set-up above has still taken the old image off the view. A type outside the table
     // leaves an empty display, which the caller hears of even when set-ups fail silently.
-    const ColorModelDescription* model = QTD::colorModelByType(format->pixelType);
-    if (model == nullptr || model->pixelType != format->pixelType) {
+    if (QTD::colorModelByType(format->pixelType) == nullptr) {
         lastError = CodeNotSupported;
         return status(CodeNotSupported);
     }
