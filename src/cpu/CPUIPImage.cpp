@@ -1,5 +1,6 @@
 #include "cpu/CPUIPImage.h"
 
+#include "image/ImageLayout.h"
 #include "image/QTDImageHelpers.h"
 
 #include <opencv2/core.hpp>
@@ -288,15 +289,18 @@ uint32_t CPUIPImage::ProcessImage(BrxImage* input, BrxImage* outputArg, void* co
         return report(CodeBadArgument);
     }
     BrxImage* destination = outputArg != nullptr ? outputArg : ownOutput;
+    // A caller's image may have any stride that holds its rows.
     if (destination == nullptr ||
-        (outputArg != nullptr &&
-         (outputFormat == nullptr || outputArg->imageSize != outputFormat->imageSize))) {
+        (outputArg != nullptr && (outputFormat == nullptr || !sameArea(outputArg, outputFormat) ||
+                                  !QTD::holdsGeometry(*outputArg, outputFormat->pixelType)))) {
         return report(CodeNotReady);
     }
     // A disabled stage hands its input on untouched, as long as nothing about the image has
-    // to change; otherwise it still does its work.
+    // to change, its rows included: the stages behind take them as this stage's own. Otherwise
+    // it still does its work.
     if (!IsEnabled() && input->width != 0 && input->height != 0 && sameArea(input, destination) &&
-        destination->imageData != nullptr && input->imageSize == destination->imageSize) {
+        destination->imageData != nullptr && input->imageSize == destination->imageSize &&
+        input->stride == destination->stride) {
         output = input;
         return 0;
     }
@@ -387,10 +391,6 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
     }
     if (c.swap) {
         return swapChannels(source, target);
-    }
-    if (source->imageSize == target->imageSize) {
-        std::memcpy(target->imageData, source->imageData, source->imageSize);
-        return true;
     }
     return QTDImageHelpers::dataCopy8b(source, target);
 }

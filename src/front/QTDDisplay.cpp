@@ -6,6 +6,8 @@
 #include "core/AutoLock.h"
 #include "core/ParamsHelper.h"
 #include "core/Thread.h"
+#include "image/ColorModelDescription.h"
+#include "image/ImageLayout.h"
 #include "image/QTDImageHelpers.h"
 #include "image/TextParser.h"
 #include "screen/DrawObjects.h"
@@ -189,6 +191,12 @@ uint32_t QTDDisplay::Init(BrxImage* format) {
     QTD::PROPERTIES bag;
     bag.set("inputImageFormat", ATTR(static_cast<void*>(format)), true);
     sendObjectMessage("@init.display", &bag);
+    // The set-up above has still taken the old image off the view. A type outside the table
+    // leaves an empty display, which the caller hears of even when set-ups fail silently.
+    if (QTD::colorModelByType(format->pixelType) == nullptr) {
+        lastError = CodeNotSupported;
+        return status(CodeNotSupported);
+    }
     const int code = lastError;
     return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
 }
@@ -416,16 +424,9 @@ uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
         lastError = CodeBadArgument;
         return status(CodeBadArgument);
     }
-    {
-        std::lock_guard<std::recursive_mutex> swap(incoming.writeGuard);
-        // Pixels and record both fit or neither is written: a record must never describe more
-        // pixels than its buffer holds.
-        const long bytes = long(image->imageSize);
-        if (incoming.size > RECORD_SIZE && bytes <= long(incoming.size) - RECORD_SIZE) {
-            incoming.put(static_cast<const char*>(image->imageData), int(bytes), 0);
-            incoming.put(reinterpret_cast<const char*>(image), RECORD_SIZE,
-                         incoming.size - RECORD_SIZE);
-        }
+    if (const int code = handOver(image); code != 0) {
+        lastError = code;
+        return status(unsigned(code));
     }
     lastError = 0;
     receivedCounter.count(true);
@@ -433,6 +434,49 @@ uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
     sched_yield();
     const int code = lastError;
     return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
+}
+
+int QTDDisplay::handOver(BrxImage* image) {
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    if (currentImage == nullptr) {
+        return 0; // not set up: the slot answers
+    }
+    // The chain reads the bytes as the set-up's type, whatever the record says.
+    const uint32_t type = currentImage->pixelType;
+    if (!QTD::holdsGeometry(*image, type)) {
+        return CodeBadArgument;
+    }
+    // needInitialize lets other geometry through when its imageSize exceeds the set-up's.
+    if (image->width != currentImage->width || image->height != currentImage->height) {
+        return CodeNotReady;
+    }
+    std::lock_guard<std::recursive_mutex> swap(incoming.writeGuard);
+    const long room = long(incoming.size) - RECORD_SIZE;
+    if (room <= 0) {
+        return CodeNotReady;
+    }
+    const auto* pixels = static_cast<const char*>(image->imageData);
+    // Only what the geometry needs is copied: bytes past it (a camera's trailer or chunk data)
+    // are no part of the image.
+    BrxImage record = *image;
+    const uint64_t needed = QTD::frameBytes(type, image->width, image->height, image->stride);
+    const uint64_t row = QTD::rowBytes(type, image->width);
+    if (needed <= uint64_t(room)) {
+        incoming.put(pixels, int(needed), 0);
+        record.imageSize = uint32_t(needed);
+    } else if (!QTD::isBitStream(type) && !QTD::isTightRows(type) &&
+               row * image->height <= uint64_t(room)) {
+        // Rows further apart than the buffer's room allows are copied tight.
+        for (uint32_t y = 0; y < image->height; ++y) {
+            incoming.put(pixels + uint64_t(y) * image->stride, int(row), int(y * row));
+        }
+        record.stride = uint32_t(row);
+        record.imageSize = uint32_t(row * image->height);
+    } else {
+        return CodeNotReady;
+    }
+    incoming.put(reinterpret_cast<const char*>(&record), RECORD_SIZE, int(room));
+    return 0;
 }
 
 void QTDDisplay::slotCheckIncomingBuffer() {
@@ -611,6 +655,20 @@ uint32_t QTDDisplay::ConvertImage(BrxImage* source, BrxImage* target) {
         lastError = CodeBadArgument;
         return status(CodeBadArgument);
     }
+    // Nothing is read or written beyond what the caller declared: the source as the chain reads
+    // it, the set-up's type, and the target as its own.
+    BrxImage* input = chain != nullptr ? chain->Format(true) : nullptr;
+    if (input == nullptr || source->imageData == nullptr || target->imageData == nullptr ||
+        !QTD::holdsGeometry(*source, input->pixelType) ||
+        !QTD::holdsGeometry(*target, target->pixelType)) {
+        lastError = CodeBadArgument;
+        return status(CodeBadArgument);
+    }
+    // The converter writes the type of the first target it was built for.
+    if (target->pixelType != converter->Format(false)->pixelType) {
+        lastError = CodeFailed;
+        return status(CodeFailed);
+    }
     if (!converter->BeginProcessing()) {
         lastError = CodeFailed;
         return status(CodeFailed);
@@ -725,8 +783,9 @@ unsigned int QTDDisplay::RunCommand(const char* command) {
     // the order of the two stays that of the set-up.
     std::lock_guard<std::recursive_mutex> setup(setupLock);
     std::lock_guard<std::recursive_mutex> component(componentLock());
-    lastError = CodeNotSupported;
     const ATTR name(command);
+    // The overlay call needs the display's own state as it is: a failure stored here would both
+    // refuse the text and keep the status line off until the next image.
     if (name.same("text.add")) {
         Map params{{"text.font", properties.get("text.font", "default", true)},
                    {"text.clr", properties.get("text.clr", "", true)},
@@ -737,10 +796,8 @@ unsigned int QTDDisplay::RunCommand(const char* command) {
                                        properties.getAs<int>("text.pos.y", "0", true), &params);
         if (!id.empty()) {
             properties.set("objectID", id, true);
-            lastError = 0;
             return 0;
         }
-        lastError = CodeFailed;
         return status(CodeFailed);
     }
     if (name.same("processing.proc.add") && chain != nullptr) {
@@ -749,7 +806,8 @@ unsigned int QTDDisplay::RunCommand(const char* command) {
     } else if (name.same("processing.proc.del") && chain != nullptr) {
         chain->DeleteProcessor("customProcessor");
     }
-    // 3 is what this entry treats as unhandled; the chain commands are answered that way too.
+    // Anything but "text.add" is answered as unhandled, the chain commands too, and the word
+    // stays in lastError.
     const unsigned int word = status(CodeUnknownCommand);
     lastError = int32_t(word);
     return word;

@@ -162,6 +162,8 @@ public:
     bool initProcessor(BrxImage* format);
     // An image that must be refused until the display is set up again.
     bool needInitialize(BrxImage* image);
+    // Copies what the geometry of `image` needs into the back buffer; a plain code.
+    int handOver(BrxImage* image);
     // Fills `statusBag` and draws the status line, if it is switched on.
     void updateStatus();
     int processParameter(const char* command, Map* params);

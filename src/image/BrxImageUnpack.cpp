@@ -1,5 +1,8 @@
 #include "image/BrxImageUnpack.h"
 
+#include "image/ColorModelDescription.h"
+#include "image/ImageLayout.h"
+
 #include <log4cpp/Category.hh>
 
 #include <algorithm>
@@ -267,27 +270,27 @@ template <int Bits> inline void putP(uint64_t v, uint8_t* out) {
     out[3] = static_cast<uint8_t>((v >> 3 * Bits) & 0xFF);
 }
 
-// Mono10p: 5 bytes, 4 pixels.
-template <typename T> void row10p(const uint8_t* src, const uint8_t* end, uint64_t width, T* out) {
-    runGroups<Layout10p, 5>(src, end, width, out, [](uint64_t v, T* o) { putP<10>(v, o); });
-}
+// Four pixels take 5 bytes in Mono10p and 6 (two groups of the format) in Mono12p.
+template <int Bits> struct StreamLayout;
+template <> struct StreamLayout<10> { using Vector = Layout10p; };
+template <> struct StreamLayout<12> { using Vector = Layout12p; };
 
-// Mono12p: 3 bytes, 2 pixels.
-
-// `count` pixels of the stream starting at pixel `first` (so an odd `first` starts in the middle
-// of a group).
-template <typename T>
-void run12p(const uint8_t* base, const uint8_t* end, uint64_t first, uint64_t count, T* out) {
-    const uint8_t* src = base + (first / 2) * 3;
-    if ((first & 1) && count) {
-        T pair[4];
-        putP<12>(loadTail(src, end), pair);
-        *out++ = pair[1];
-        src += 3;
-        --count;
+// `count` pixels of the stream from pixel `first` on, which may lie inside a group of four.
+template <int Bits, typename T>
+void runStream(const uint8_t* base, const uint8_t* end, uint64_t first, uint64_t count, T* out) {
+    constexpr int quadBytes = Bits / 2;
+    const uint8_t* src = base + (first / 4) * quadBytes;
+    if (const uint64_t phase = first % 4; phase != 0 && count != 0) {
+        T quad[4];
+        putP<Bits>(loadTail(src, end), quad);
+        const uint64_t taken = std::min<uint64_t>(4 - phase, count);
+        std::copy(quad + phase, quad + phase + taken, out);
+        out += taken;
+        count -= taken;
+        src += quadBytes;
     }
-    // Two groups of the format, six bytes, make one group of four pixels.
-    runGroups<Layout12p, 6>(src, end, count, out, [](uint64_t v, T* o) { putP<12>(v, o); });
+    runGroups<typename StreamLayout<Bits>::Vector, quadBytes>(
+        src, end, count, out, [](uint64_t v, T* o) { putP<Bits>(v, o); });
 }
 
 // --- GigE Vision Packed: 3 bytes, 2 pixels, high bits in whole bytes --------------------------
@@ -321,8 +324,11 @@ template <int Bits> int unpackG(BrxImage const* source, BrxImage* target) {
     if (!basicChecks(source, target))
         return 0;
     const uint64_t width = source->width, height = source->height;
-    const uint64_t rowBytes = (width * 3 + 1) >> 1;
-    if (sourceTooSmall(source, height * rowBytes, Bits == 10 ? "Mono10Packed" : "Mono12Packed"))
+    // The routine, not the record's type word, decides the layout.
+    constexpr uint32_t layout = QTD::PixelType::Mono12Packed;
+    const uint64_t rowBytes = QTD::rowBytes(layout, width);
+    if (sourceTooSmall(source, QTD::frameBytes(layout, width, height, 0),
+                       Bits == 10 ? "Mono10Packed" : "Mono12Packed"))
         return 0;
     const bool bytes = byteOutput(target);
     const uint64_t stride16 = stride16For(width, 16);
@@ -381,8 +387,10 @@ int BrxImageUnpack::Unpack_10p(BrxImage const* source, BrxImage* target) {
     if (!basicChecks(source, target))
         return 0;
     const uint64_t width = source->width, height = source->height;
-    const uint64_t rowBytes = width * 5 / 4;
-    if (sourceTooSmall(source, height * rowBytes, "Mono10p"))
+    // The source is one bit stream, as in Mono12p: a row of a width that is no multiple of four
+    // ends inside a byte, and the next row begins there, not at width * 5 / 4 whole bytes.
+    if (sourceTooSmall(source, QTD::frameBytes(QTD::PixelType::Mono10p, width, height, 0),
+                       "Mono10p"))
         return 0;
     const bool bytes = byteOutput(target);
     const uint64_t stride16 = stride16For(width, source->bitsPerPixel == 8 ? 8 : 16);
@@ -393,7 +401,7 @@ int BrxImageUnpack::Unpack_10p(BrxImage const* source, BrxImage* target) {
     const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
     const uint8_t* end = src + source->imageSize;
     return writeRows(out, rowStep, height, bytes, [&](uint64_t row, auto* dst) {
-        row10p(src + row * rowBytes, end, width, dst);
+        runStream<10>(src, end, row * width, width, dst);
     });
 }
 
@@ -413,7 +421,8 @@ int BrxImageUnpack::Unpack_12p(BrxImage const* source, BrxImage* target) {
         rowStep = int64_t(bytes ? stride16 / 2 : stride16);
     else
         rowStep = targetRowStep(target, bytes);
-    if (sourceTooSmall(source, (width * height * 3 + 1) / 2, "Mono12p"))
+    if (sourceTooSmall(source, QTD::frameBytes(QTD::PixelType::Mono12p, width, height, 0),
+                       "Mono12p"))
         return 0;
     if (stream && source->imageSize < 3)
         return 0;
@@ -422,8 +431,9 @@ int BrxImageUnpack::Unpack_12p(BrxImage const* source, BrxImage* target) {
         return 0;
     const uint8_t* src = static_cast<const uint8_t*>(source->imageData);
     const uint8_t* end = src + source->imageSize;
-    return writeRows(out, rowStep, height, bytes,
-                     [&](uint64_t row, auto* dst) { run12p(src, end, row * width, width, dst); });
+    return writeRows(out, rowStep, height, bytes, [&](uint64_t row, auto* dst) {
+        runStream<12>(src, end, row * width, width, dst);
+    });
 }
 
 int Unpack_10g(BrxImage const* source, BrxImage* target) {

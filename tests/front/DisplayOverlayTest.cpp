@@ -132,6 +132,26 @@ TEST(DisplayOverlay, BadOverlayRequestsAreAnsweredNotCrashed) {
     EXPECT_EQ(objects(s).count(), count);
 }
 
+// The controller's older "text.add" lays the text of its bag on the view. Added or refused, it
+// leaves the display's state alone, and the status line still shows.
+TEST(DisplayOverlay, TheOlderTextAddLaysTheBagsTextOnTheView) {
+    Shown s(true);
+    QTDDisplay& d = s.display;
+    for (const auto& entry : of("text.text=older text.pos.x=5 text.pos.y=6 objectID=@older")) {
+        d.properties.set(entry.first, entry.second, true);
+    }
+    EXPECT_EQ(d.RunCommand("text.add"), 0u);
+    QTD::PROPERTIES* text = object(s, "@older");
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(text->get("text"), "older");
+    EXPECT_EQ(d.properties.get("objectID"), "@older");
+    d.properties.set("text.text", "", true);
+    EXPECT_EQ(d.RunCommand("text.add"), 0x80FF0001u);
+    EXPECT_EQ(d.lastError, 0);
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.status", nullptr), 1);
+    EXPECT_TRUE(objects(s).isExist("@status", ""));
+}
+
 // The window's key sequences go out through the messenger; an application that wants them to act
 // hands them back to the controller.
 TEST(DisplayOverlay, TypingSdInTheWindowTogglesTheStatusLine) {

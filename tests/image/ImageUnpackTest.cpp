@@ -1,4 +1,5 @@
 #include "image/BrxImageUnpack.h"
+#include "image/ImageLayout.h"
 #include "image/QTDImageHelpers.h"
 
 #include <gtest/gtest.h>
@@ -76,7 +77,8 @@ const unsigned kWidths[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 12, 13, 30, 31, 64, 67, 1
 } // namespace
 
 // Every width, both output forms, with and without padded target rows, against a bit-level
-// reading of random source bytes. The source holds exactly the bytes its size needs.
+// reading of random source bytes: "p" frames are one bit stream, "Packed" rows start on whole
+// bytes. The source holds exactly the bytes its size needs.
 TEST(UnpackLayouts, MatchBitLevelReferenceForAllWidths) {
     unsigned seed = 1;
     for (unsigned type : {kMono10p, kMono12p, kMono10Packed, kMono12Packed}) {
@@ -86,14 +88,12 @@ TEST(UnpackLayouts, MatchBitLevelReferenceForAllWidths) {
             for (unsigned form = 0; form < 8; ++form) {
                 const unsigned height = form & 1 ? 3 : 1, padding = form & 2 ? 24 : 0;
                 const bool byteOut = form & 4;
-                uint64_t rowBytes = gev ? (width * 3 + 1) >> 1 : width * bits / 8;
-                uint64_t size =
-                    type == kMono12p ? (uint64_t(width) * height * 3 + 1) / 2 : rowBytes * height;
-                auto bytes = randomBytes(size, seed++);
+                const uint64_t rowBytes = (width * 3 + 1) >> 1;
+                auto bytes = randomBytes(QTD::frameBytes(type, width, height, 0), seed++);
                 Source src(type, width, height, bytes);
                 Target out(byteOut ? kMono8 : (bits == 10 ? kMono10 : kMono12), width, height);
                 out.image.stride += padding;
-                if (type == kMono12p && width % 4 && size < 3) {
+                if (type == kMono12p && width % 4 && bytes.size() < 3) {
                     // Not one whole group: nothing to do.
                     EXPECT_EQ(0, BrxImageUnpack::Unpack(&src.image, &out.image));
                     continue;
@@ -112,10 +112,8 @@ TEST(UnpackLayouts, MatchBitLevelReferenceForAllWidths) {
                         unsigned want;
                         if (gev)
                             want = gevValue(bytes, r * rowBytes, c, bits);
-                        else if (type == kMono12p)
-                            want = streamValue(bytes, (uint64_t(r) * width + c) * 12, 12);
                         else
-                            want = streamValue(bytes, r * rowBytes * 8 + c * 10ull, 10);
+                            want = streamValue(bytes, (uint64_t(r) * width + c) * bits, bits);
                         ASSERT_EQ(want >> (byteOut ? bits - 8 : 0), out.at(r, c, step, byteOut))
                             << std::hex << type << std::dec << " w " << width << " form " << form
                             << " at " << r << "," << c;
@@ -151,9 +149,7 @@ TEST(UnpackRobustness, RefusesWhatItCannotRead) {
     const unsigned types[] = {kMono10p, kMono12p, kMono10Packed, kMono12Packed};
     for (unsigned type : types) {
         for (unsigned width : {4u, 7u, 64u}) {
-            uint64_t need = type == kMono10p   ? width * 5 / 4 * 4
-                            : type == kMono12p ? (width * 4 * 3 + 1) / 2
-                                               : ((width * 3 + 1) >> 1) * 4;
+            const uint64_t need = QTD::frameBytes(type, width, 4, 0);
             Source shortSrc(type, width, 4, randomBytes(need - 1, width));
             Source null(type, width, 4, {});
             null.image.imageSize = uint32_t(need);

@@ -29,6 +29,9 @@ TEST(CameraFormat, RowsAreTightForCamerasAndPaddedForTheLibrary) {
     EXPECT_EQ(CameraFormat::find("Mono12p")->rowBytes(1000), 1500u);
     EXPECT_EQ(CameraFormat::find("Mono10p")->rowBytes(1000), 1250u);
     EXPECT_EQ(CameraFormat::find("Mono12Packed")->rowBytes(5), 8u);
+    // "Packed" rows start on whole bytes; a "p" frame is one stream that rows may share bytes of.
+    EXPECT_EQ(CameraFormat::find("Mono12Packed")->frameBytes(5, 3), 24u);
+    EXPECT_EQ(CameraFormat::find("Mono12p")->frameBytes(5, 3), 23u);
     EXPECT_EQ(CameraFormat::find("Mono8")->rowBytes(1001), 1001u);
     EXPECT_EQ(CameraFormat::find("Mono8")->paddedStride(1001), 1004u);
     EXPECT_EQ(CameraFormat::find("RGB12")->paddedStride(3), 20u);

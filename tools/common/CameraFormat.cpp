@@ -1,5 +1,7 @@
 #include "CameraFormat.h"
 
+#include "image/ImageLayout.h"
+
 #include <brx/BrxPixelTypes.h>
 
 #include <algorithm>
@@ -138,15 +140,11 @@ std::string CameraFormat::listing(const std::string& indent, size_t width) {
 }
 
 uint32_t CameraFormat::rowBytes(uint32_t width) const {
-    switch (packing) {
-    case Packing::Lsb:
-        return static_cast<uint32_t>((static_cast<uint64_t>(width) * depth + 7) / 8);
-    case Packing::Gev:
-        return (width * 3 + 1) >> 1;
-    case Packing::None:
-        break;
-    }
-    return static_cast<uint32_t>(static_cast<uint64_t>(width) * bitsPerPixel() / 8);
+    return static_cast<uint32_t>(QTD::rowBytes(pixelType, width));
+}
+
+uint64_t CameraFormat::frameBytes(uint32_t width, uint32_t height) const {
+    return QTD::frameBytes(pixelType, width, height, rowBytes(width));
 }
 
 uint32_t CameraFormat::paddedStride(uint32_t width) const {

@@ -35,8 +35,10 @@ public:
     int bitsPerPixel() const { return static_cast<int>((pixelType >> 16) & 0xFF); }
     int channels() const { return layout == Layout::Rgb || layout == Layout::Bgr ? 3 : 1; }
     bool isColour() const { return layout != Layout::Mono; }
-    // Bytes of one row as a camera sends it, without padding.
+    // Bytes of one row as a camera sends it, without padding; a last byte begun counts whole.
     uint32_t rowBytes(uint32_t width) const;
+    // Bytes of a whole frame as a camera sends it: tight rows, or one bit stream for "p".
+    uint64_t frameBytes(uint32_t width, uint32_t height) const;
     // The row pitch of the library's own images: padded to four bytes.
     uint32_t paddedStride(uint32_t width) const;
     // Fills `image` so that it describes `data`.

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -131,8 +132,7 @@ bool RawFrame::pack(const QImage& picture, const CameraFormat& format, std::stri
     if (format.packing == CameraFormat::Packing::Lsb) {
         // USB3 Vision frames are one little-endian bit stream, rows not padded: pixel i of
         // the frame takes bits [i * depth, (i + 1) * depth).
-        const uint64_t total = uint64_t(width) * height * static_cast<uint64_t>(format.depth);
-        data.assign(static_cast<size_t>((total + 7) / 8), 0);
+        data.assign(static_cast<size_t>(format.frameBytes(width, height)), 0);
         format.describe(record, width, height, format.rowBytes(width), data.data());
         record.imageSize = static_cast<uint32_t>(data.size());
         std::vector<uint32_t> values(width);
@@ -178,21 +178,25 @@ bool RawFrame::load(const std::string& path, const CameraFormat& format, uint32_
     if (width == 0 || height == 0 || width > 65536 || height > 65536) {
         return fail("bad size " + std::to_string(width) + "x" + std::to_string(height));
     }
+    std::error_code code;
+    if (std::filesystem::is_directory(path, code)) {
+        return fail(path + " is a directory");
+    }
     std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) {
         return fail("cannot read " + path);
     }
     const std::streamoff length = in.tellg();
-    const uint64_t tight = uint64_t(format.rowBytes(width)) * height;
-    // Packed rows are always tight: the library reads them so.
+    const uint64_t tight = format.frameBytes(width, height);
+    // Packed frames are always tight: the library reads them so.
     const uint64_t padded = format.packing == CameraFormat::Packing::None
                                 ? uint64_t(format.paddedStride(width)) * height
                                 : tight;
     uint32_t stride = 0;
-    if (length >= 0 && uint64_t(length) == padded) {
-        stride = format.paddedStride(width);
-    } else if (length >= 0 && uint64_t(length) == tight) {
+    if (length >= 0 && uint64_t(length) == tight) {
         stride = format.rowBytes(width);
+    } else if (length >= 0 && uint64_t(length) == padded) {
+        stride = format.paddedStride(width);
     } else {
         return fail(path + " has " + std::to_string(length) + " bytes; " + format.name + " " +
                     std::to_string(width) + "x" + std::to_string(height) + " needs " +
