@@ -1,11 +1,15 @@
 #include "core/Thread.h"
 
 #include <QCoreApplication>
+#include <QMetaObject>
+#include <QThread>
 
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <condition_variable>
 #include <ctime>
+#include <memory>
 #include <sched.h>
 
 namespace QTD {
@@ -154,6 +158,38 @@ void Thread::Wait(int milliseconds, int every) {
         QCoreApplication::processEvents();
         sleepMilliseconds(remaining);
     }
+}
+
+bool Thread::CallOn(QObject* context, std::function<void()> const& call, int timeout) {
+    if (!context || QThread::currentThread() == context->thread()) {
+        call();
+        return true;
+    }
+    // Shared with the queued call, which may outlive this wait.
+    struct State {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool done = false;
+        bool abandoned = false;
+    };
+    auto state = std::make_shared<State>();
+    std::function<void()> const* target = &call;
+    QMetaObject::invokeMethod(
+        context,
+        [state, target] {
+            std::lock_guard<std::mutex> hold(state->mutex);
+            if (state->abandoned)
+                return;
+            (*target)();
+            state->done = true;
+            state->changed.notify_all();
+        },
+        Qt::QueuedConnection);
+    std::unique_lock<std::mutex> hold(state->mutex);
+    if (!state->changed.wait_for(hold, std::chrono::milliseconds(timeout),
+                                 [&] { return state->done; }))
+        state->abandoned = true;
+    return state->done;
 }
 
 } // namespace QTD

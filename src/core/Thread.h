@@ -3,8 +3,11 @@
 #include "core/ATTR.h"
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <thread>
+
+class QObject;
 
 namespace QTD {
 
@@ -42,6 +45,10 @@ public:
     // For threads that must keep Qt events flowing while they wait: see the source for the
     // slicing of long waits. With `every` above 1 only every n-th call waits.
     static void Wait(int milliseconds, int every = 1);
+    // Runs `call` on the thread of `context` (at once when that is this thread) and waits up to
+    // `timeout` ms for it. False when the time ran out first: `call` then never runs. The bound
+    // keeps a caller alive whose event thread waits for it in turn (a join, a lock).
+    static bool CallOn(QObject* context, std::function<void()> const& call, int timeout);
 
     std::atomic<bool> running;
     std::atomic<bool> stopping;

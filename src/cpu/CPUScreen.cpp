@@ -30,11 +30,7 @@ bool CPUScreen::draw(BrxImage* image, QTD::PROPERTIES*) {
     background.setClr(props.get("color").as<unsigned int>());
     surface->fillRect(-1, -1, -1, -1, &background);
     if (image) {
-        QTD::TRECT<double> target;
-        target.x = originX;
-        target.y = originY;
-        target.width = std::fabs(scaledWidth);
-        target.height = std::fabs(scaledHeight);
+        QTD::TRECT<double> target = imageRect();
         QTD::TRECT<double> source;
         source.width = image->width;
         source.height = image->height;

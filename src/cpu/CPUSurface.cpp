@@ -1,6 +1,7 @@
 #include "cpu/CPUSurface.h"
 #include "screen/Rounding.h"
 
+#include "core/AutoLock.h"
 #include "cpu/CPUSurfaceText.h"
 
 #include <brx/BrxPixelTypes.h>
@@ -90,23 +91,30 @@ int CPUSurface::shut() {
     return 1;
 }
 
+// A view command on another thread may bring a new size: the backing store, which belongs to the
+// window's thread, follows at the next begin.
 void CPUSurface::setSize(int w, int h) {
-    width = w;
-    height = h;
-    if (store && w > 0 && h > 0 && store->size() != QSize(w, h))
-        store->resize(QSize(w, h));
+    QTDSurface::setSize(w, h);
 }
 
 bool CPUSurface::isValid() {
+    QTD::AutoLock hold(&guard, "CPUSurface::isValid");
     return store && width != 0 && height != 0;
 }
 
 bool CPUSurface::begin(QTD::PROPERTIES* p) {
-    if (!isValid() || width < 0 || height < 0)
-        return false;
+    {
+        QTD::AutoLock hold(&guard, "CPUSurface::begin");
+        if (!store || width <= 0 || height <= 0)
+            return false;
+        paintWidth = width;
+        paintHeight = height;
+    }
     // A bracket left open is closed first: one painter at a time.
     end();
-    store->beginPaint(QRegion(QRect(QPoint(0, 0), QPoint(width - 1, height - 1))));
+    if (store->size() != QSize(paintWidth, paintHeight))
+        store->resize(QSize(paintWidth, paintHeight));
+    store->beginPaint(QRegion(QRect(QPoint(0, 0), QPoint(paintWidth - 1, paintHeight - 1))));
     painter = new QPainter(store->paintDevice());
     if (auto* text = dynamic_cast<CPUSurfaceText*>(textHandler))
         text->painter = painter;
@@ -129,9 +137,10 @@ void CPUSurface::end() {
 }
 
 void CPUSurface::flush(QTD::PROPERTIES*) {
-    if (!isValid() || width < 0 || height < 0)
+    if (!store || paintWidth <= 0 || paintHeight <= 0)
         return;
-    store->flush(QRegion(QRect(QPoint(0, 0), QPoint(width - 1, height - 1))), window, QPoint(0, 0));
+    store->flush(QRegion(QRect(QPoint(0, 0), QPoint(paintWidth - 1, paintHeight - 1))), window,
+                 QPoint(0, 0));
 }
 
 QTD::ATTR CPUSurface::descriptor(QTD::ATTR name) {
@@ -201,9 +210,9 @@ void CPUSurface::fillRect(int x, int y, int w, int h, QTD::RgbColor* color) {
     if (y == -1)
         y = 0;
     if (w == -1)
-        w = width;
+        w = paintWidth;
     if (h == -1)
-        h = height;
+        h = paintHeight;
     painter->fillRect(QRect(x, y, w, h), toQColor(fill));
 }
 
@@ -223,7 +232,7 @@ void CPUSurface::image(BrxImage* img, QTD::TRECT<double>* target, QTD::TRECT<dou
         from = QRectF(roundHalfAway(source->x), roundHalfAway(source->y),
                       roundHalfAway(std::fabs(source->width)),
                       roundHalfAway(std::fabs(source->height)));
-    QRectF to(0, 0, width, height);
+    QRectF to(0, 0, paintWidth, paintHeight);
     if (target)
         to = QRectF(roundHalfAway(target->x), roundHalfAway(target->y),
                     roundHalfAway(target->width), roundHalfAway(target->height));

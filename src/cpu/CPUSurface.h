@@ -38,4 +38,7 @@ public:
 
 private:
     QWindow* window = nullptr;
+    // The size of the frame being painted, taken at begin.
+    int paintWidth = 0;
+    int paintHeight = 0;
 };

@@ -47,6 +47,9 @@ constexpr int RECORD_SIZE = int(sizeof(BrxImage));
 // Above this many pixels a GPU chain may be thinned, if the surface asks for it.
 constexpr long STRICT_PIXELS = 12000000L;
 
+// How long a menu command from another thread waits for the display's thread.
+constexpr int MenuWaitMs = 2000;
+
 const char* const COMMANDS_VIEW[] = {
     "cmd.display.view.zoom.in",    "cmd.display.view.zoom.out",  "cmd.display.view.fit",
     "cmd.display.view.scale",      "cmd.display.view.translate", "cmd.display.view.at",
@@ -430,7 +433,9 @@ uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
     }
     lastError = 0;
     receivedCounter.count(true);
-    emit signalImageReceived();
+    if (!checkPending.exchange(true)) {
+        emit signalImageReceived();
+    }
     sched_yield();
     const int code = lastError;
     return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
@@ -480,6 +485,8 @@ int QTDDisplay::handOver(BrxImage* image) {
 }
 
 void QTDDisplay::slotCheckIncomingBuffer() {
+    // Cleared before the swap: a frame put after it queues the next check.
+    checkPending = false;
     std::unique_lock<std::recursive_mutex> component(componentLock());
     std::unique_lock<std::recursive_mutex> swap(incoming.writeGuard);
     incoming.swap();
@@ -546,7 +553,7 @@ void QTDDisplay::slotImageProcessed(BrxImage* image, bool rebuilt) {
     processedCounter.count(true);
     noteRate(processedCounter.current());
     // A rebuild never pulls the next image.
-    if (!rebuilt) {
+    if (!rebuilt && !checkPending.exchange(true)) {
         emit signalCheckIncomingBuffer();
     }
 }
@@ -578,14 +585,20 @@ void QTDDisplay::updateStatus() {
         return;
     }
     QTDScreen* screen = getScreen();
-    BrxImage* image = currentImage;
-    statusBag.set("size",
-                  image != nullptr
-                      ? ATTR::format("%ldx%ld", long(image->width), long(image->height))
-                      : ATTR(),
-                  true);
-    statusBag.set("last", ATTR::format("%06ld", image != nullptr ? long(image->imageID) : 0L),
-                  true);
+    // A command thread asks for the line while the controller's thread rewrites the record.
+    BrxImage image{};
+    bool hasImage = false;
+    {
+        std::lock_guard<std::recursive_mutex> component(componentLock());
+        if (currentImage != nullptr) {
+            image = *currentImage;
+            hasImage = true;
+        }
+    }
+    statusBag.set(
+        "size", hasImage ? ATTR::format("%ldx%ld", long(image.width), long(image.height)) : ATTR(),
+        true);
+    statusBag.set("last", ATTR::format("%06ld", long(image.imageID)), true);
     statusBag.set("in/p",
                   ATTR::format("%ld/%ld", long(receivedCounter.frames.load()),
                                long(processedCounter.frames.load())),
@@ -595,11 +608,11 @@ void QTDDisplay::updateStatus() {
                   true);
     statusBag.set("zoom", ATTR::format("%ld%%", long(screen != nullptr ? screen->zoom() : 0)),
                   true);
+    const QTD::TPAIR<double> centre = screen != nullptr ? screen->center() : QTD::TPAIR<double>{};
     statusBag.set("at",
-                  screen != nullptr
-                      ? ATTR::format("%s%s%s", ATTR::format("%.2f", screen->centerX).c_str(), ";",
-                                     ATTR::format("%.2f", screen->centerY).c_str())
-                      : ATTR("-"),
+                  screen != nullptr ? ATTR::format("%s%s%s", ATTR::format("%.2f", centre.x).c_str(),
+                                                   ";", ATTR::format("%.2f", centre.y).c_str())
+                                    : ATTR("-"),
                   true);
 
     Map params{{"objectID", "@status"},
@@ -1011,6 +1024,19 @@ int QTDDisplay::runOverlayCommand(const ATTR& name, Map& params) {
 }
 
 int QTDDisplay::RunCommandSystemMenu(const char* command, Map* params) {
+    // Menus are widgets: made, shown and deleted on the thread that owns them. The caller waits
+    // holding none of the controller's locks, which that thread may need meanwhile, and gives up
+    // with 0 if that thread does not come to it.
+    if (QThread::currentThread() != thread()) {
+        int result = 0;
+        if (!QTD::Thread::CallOn(
+                this, [&] { result = RunCommandSystemMenu(command, params); }, MenuWaitMs)) {
+            log.error("QTDDisplay::RunCommandSystemMenu(): %s: the display's thread did not "
+                      "answer within %d ms",
+                      command, MenuWaitMs);
+        }
+        return result;
+    }
     std::lock_guard<std::recursive_mutex> setup(setupLock);
     const ATTR name(command);
     Map none;
@@ -1197,6 +1223,8 @@ int QTDDisplay::getProfileLines(int** lines) {
     if (window == nullptr) {
         return 0;
     }
+    // A view change on the window's thread replaces the line objects while they are read here.
+    std::lock_guard<std::recursive_mutex> render(window->renderMutex);
     QTD::DrawObjects& objects = window->drawObjects;
     static const char* const Keys[4] = {"x0", "y0", "x1", "y1"};
     int count = 0;

@@ -108,6 +108,9 @@ public:
     std::recursive_mutex convertLock;
     QTD::Messenger messenger;
     std::atomic<int32_t> messageDone{0};
+    // A buffer check is queued and has not begun: frames handed over meanwhile need no second
+    // one, so a busy controller's thread never finds a backlog of them.
+    std::atomic<bool> checkPending{false};
     QTD::PROPERTIES statusBag;
     int32_t fpsWindow = 2;
     double lastFps = 0.0;

@@ -78,8 +78,10 @@ void DrawObjects::lockObjects() {
 DrawObjects& DrawObjects::surface(QTDSurface* target) {
     AutoLock hold(&mutex);
     surfaceRef = target;
-    if (target)
-        resize(0, 0, target->width, target->height);
+    if (target) {
+        const TPAIR<int> size = target->size();
+        resize(0, 0, size.x, size.y);
+    }
     return *this;
 }
 
@@ -324,7 +326,8 @@ bool DrawObjects::recalcPlacementFor(PROPERTIES* object, int* x, int* y) {
         int aw = area.width;
         int ah = area.height;
         // Two pixels above the bottom edge of the image.
-        int m = static_cast<int>(surfaceRef->area.y + surfaceRef->area.height - 2.0);
+        const TRECT<double> image = surfaceRef->areaRect();
+        int m = static_cast<int>(image.y + image.height - 2.0);
         int px = 0;
         int py = 0;
         bool byRule = true;

@@ -87,11 +87,16 @@ public:
         if (!taken)
             return;
         const bool outermost = --screen.holdDepth == 0;
-        if (outermost)
+        // Only the holder sets the flag: taken while still held, it is this thread's own change,
+        // never one another thread found and is about to send.
+        bool changed = false;
+        if (outermost) {
             screen.holder = std::thread::id();
+            changed = screen.viewChangePending.exchange(false);
+        }
         lock.reset();
-        if (outermost)
-            screen.sendPendingViewChange();
+        if (changed)
+            screen.sendViewChange();
     }
     Hold(Hold const&) = delete;
     Hold& operator=(Hold const&) = delete;
@@ -140,7 +145,7 @@ bool QTDScreen::init(QTD::CommandProcessor* w, int width, int height, FitMode fi
 }
 
 bool QTDScreen::shut(bool lock) {
-    Hold hold(*this, lock, "QTDScreen::shut");
+    Hold hold(*this, true, "QTDScreen::shut");
     imageWidth = 0;
     imageHeight = 0;
     return true;
@@ -176,7 +181,23 @@ bool QTDScreen::draw(BrxImage*, QTD::PROPERTIES*) {
 }
 
 bool QTDScreen::ready() {
+    Hold hold(*this, true, "QTDScreen::ready");
     return windowWidth > 0;
+}
+
+QTD::TPAIR<double> QTDScreen::center() {
+    Hold hold(*this, true, "QTDScreen::center");
+    return {centerX, centerY};
+}
+
+QTD::TRECT<double> QTDScreen::imageRect() {
+    Hold hold(*this, true, "QTDScreen::imageRect");
+    return {originX, originY, std::fabs(scaledWidth), std::fabs(scaledHeight)};
+}
+
+QTDScreen::ScrollState QTDScreen::scrollState() {
+    Hold hold(*this, true, "QTDScreen::scrollState");
+    return {scrollRangeX, scrollRangeY, scrollX, scrollY, scrollPage()};
 }
 
 QTDScreen& QTDScreen::window(int w, int h) {
@@ -221,6 +242,7 @@ void QTDScreen::recalculate(bool sizeChanged) {
 }
 
 bool QTDScreen::calculate() {
+    Hold hold(*this, true, "QTDScreen::calculate");
     bool corrected = false;
     double kx = clampTo(centerX, 0.0, 1.0);
     double ky = clampTo(centerY, 0.0, 1.0);
@@ -274,10 +296,7 @@ bool QTDScreen::calculate() {
     props.set("scroll.horz", real(ratioX), true);
     props.set("scroll.vert", real(ratioY), true);
     if (surface && scaledWidth != 0.0 && scaledHeight != 0.0) {
-        surface->area.x = originX;
-        surface->area.y = originY;
-        surface->area.width = scaledWidth;
-        surface->area.height = scaledHeight;
+        surface->setArea({originX, originY, scaledWidth, scaledHeight});
         surface->setSize(static_cast<int>(windowWidth), static_cast<int>(windowHeight));
     }
     return corrected;
@@ -286,7 +305,7 @@ bool QTDScreen::calculate() {
 QTDScreen& QTDScreen::scale(double value, bool lock) {
     if (value < 0 || !ready())
         return *this;
-    Hold hold(*this, lock, "QTDScreen::scale");
+    Hold hold(*this, true, "QTDScreen::scale");
     double screenMax = readInt("screen.max");
     double screenMin = readInt("screen.min");
     double lo = std::max(divide(imageWidth, screenMax), divide(imageHeight, screenMax));
@@ -313,6 +332,7 @@ QTDScreen& QTDScreen::scale(double value, bool lock) {
 }
 
 double QTDScreen::scale() {
+    Hold hold(*this, true, "QTDScreen::scale");
     return readDouble("scale");
 }
 
@@ -320,7 +340,7 @@ bool QTDScreen::fit(int mode, bool lock) {
     props.set("fit", QTD::ATTR(static_cast<int>(clampTo(mode, 0, 3))), true);
     if (!ready())
         return false;
-    Hold hold(*this, lock, "QTDScreen::fit");
+    Hold hold(*this, true, "QTDScreen::fit");
     QTD::PROPERTIES snapshot;
     if (lock)
         stateProps(snapshot);
@@ -340,16 +360,19 @@ bool QTDScreen::fit(int mode, bool lock) {
 }
 
 int QTDScreen::fit() {
+    Hold hold(*this, true, "QTDScreen::fit");
     return readInt("fit");
 }
 
 int QTDScreen::zoom() {
+    Hold hold(*this, true, "QTDScreen::zoom");
     if (!ready() || nearZero(scaleValue))
         return 0;
     return roundHalfAway(100.0 / scaleValue);
 }
 
 bool QTDScreen::zoom(bool zoomIn, double coef, bool testOnly) {
+    Hold hold(*this, true, "QTDScreen::zoom");
     if (!ready())
         return false;
     // The scale as text, so at six decimals.
@@ -412,6 +435,7 @@ bool QTDScreen::zoom(bool zoomIn, double coef, bool testOnly) {
 }
 
 QTDScreen& QTDScreen::zoomRect(QTD::TRECT<int>& rect, bool zoomIn) {
+    Hold hold(*this, true, "QTDScreen::zoomRect");
     if (!ready())
         return *this;
     double ratio = rect.width == 0 ? 0.0 : windowWidth / rect.width;
@@ -431,6 +455,7 @@ QTDScreen& QTDScreen::zoomRect(QTD::TRECT<int>& rect, bool zoomIn) {
 }
 
 bool QTDScreen::at(double x, double y) {
+    Hold hold(*this, true, "QTDScreen::at");
     if (!ready())
         return false;
     QTD::PROPERTIES snapshot;
@@ -445,6 +470,7 @@ bool QTDScreen::at(double x, double y) {
 }
 
 bool QTDScreen::at(int x, int y, QTD::ATTR cs) {
+    Hold hold(*this, true, "QTDScreen::at");
     double fx, fy;
     if (coordSystem(cs) == CsWin) {
         fx = divide(x - originX, scaledWidth);
@@ -457,6 +483,7 @@ bool QTDScreen::at(int x, int y, QTD::ATTR cs) {
 }
 
 bool QTDScreen::canCenterAt(double x, double y, QTD::ATTR cs) {
+    Hold hold(*this, true, "QTDScreen::canCenterAt");
     if (!ready())
         return false;
     CoordSystem system = coordSystem(cs);
@@ -483,6 +510,7 @@ bool QTDScreen::canCenterAt(double x, double y, QTD::ATTR cs) {
 }
 
 QTDScreen& QTDScreen::scroll(int x, int y) {
+    Hold hold(*this, true, "QTDScreen::scroll");
     QTD::PROPERTIES snapshot;
     stateProps(snapshot);
     bool changed = false;
@@ -504,6 +532,7 @@ QTDScreen& QTDScreen::scroll(int x, int y) {
 }
 
 QTD::TPAIR<int> QTDScreen::scrollPage() {
+    Hold hold(*this, true, "QTDScreen::scrollPage");
     QTD::TPAIR<int> page;
     double horz = readDouble("scroll.horz");
     double vert = readDouble("scroll.vert");
@@ -513,6 +542,7 @@ QTD::TPAIR<int> QTDScreen::scrollPage() {
 }
 
 bool QTDScreen::moveBy(bool horizontal, int units) {
+    Hold hold(*this, true, "QTDScreen::moveBy");
     if (!ready() || lockX != -1)
         return false;
     // The scale enters twice, since the scaled size is already divided by it.
@@ -528,6 +558,7 @@ bool QTDScreen::moveBy(bool horizontal, int units) {
 }
 
 QTDScreen& QTDScreen::lock(int x, int y) {
+    Hold hold(*this, true, "QTDScreen::lock");
     if (!ready())
         return *this;
     lockCenterX = centerX;
@@ -538,6 +569,7 @@ QTDScreen& QTDScreen::lock(int x, int y) {
 }
 
 bool QTDScreen::moveLocked(int x, int y) {
+    Hold hold(*this, true, "QTDScreen::moveLocked");
     if (!ready() || lockX == -1)
         return false;
     return at(lockCenterX + divide(lockX - x, scaledWidth),
@@ -545,6 +577,7 @@ bool QTDScreen::moveLocked(int x, int y) {
 }
 
 QTDScreen& QTDScreen::unlock(int, int, bool restore) {
+    Hold hold(*this, true, "QTDScreen::unlock");
     if (ready() && restore) {
         centerX = lockCenterX;
         centerY = lockCenterY;
@@ -556,17 +589,20 @@ QTDScreen& QTDScreen::unlock(int, int, bool restore) {
 }
 
 double QTDScreen::imageX(int x) {
+    Hold hold(*this, true, "QTDScreen::imageX");
     double value = imageWidth * divide(x - originX, scaledWidth);
     return value < 0 || value >= imageWidth ? -1.0 : value;
 }
 
 double QTDScreen::imageY(int y) {
+    Hold hold(*this, true, "QTDScreen::imageY");
     double value = imageHeight * divide(y - originY, scaledHeight);
     return value < 0 || value >= imageHeight ? -1.0 : value;
 }
 
 bool QTDScreen::translate(double* x, double* y, QTD::ATTR from, QTD::ATTR to, bool absolute,
                           bool clip) {
+    Hold hold(*this, true, "QTDScreen::translate");
     CoordSystem source = coordSystem(from);
     if (source == CsUnknown || source == CsBase)
         return false;
@@ -622,6 +658,7 @@ bool QTDScreen::translate(double* x, double* y, QTD::ATTR from, QTD::ATTR to, bo
 
 bool QTDScreen::translateOne(double& value, Axis axis, QTD::ATTR const& from, QTD::ATTR const& to,
                              bool absolute) {
+    Hold hold(*this, true, "QTDScreen::translateOne");
     CoordSystem source = coordSystem(from);
     if (source == CsUnknown || source == CsBase)
         return false;
@@ -671,6 +708,7 @@ bool QTDScreen::translateY(double& value, QTD::ATTR from, QTD::ATTR to, bool abs
 }
 
 bool QTDScreen::adjustOverlay(QTD::TPAIR<double>* pos, QTD::TPAIR<double>* size) {
+    Hold hold(*this, true, "QTDScreen::adjustOverlay");
     if (!pos && !size)
         return false;
     double right = originX + scaledWidth;
@@ -699,6 +737,7 @@ bool QTDScreen::adjustOverlay(QTD::TPAIR<double>* pos, QTD::TPAIR<double>* size)
 }
 
 QTDScreen& QTDScreen::stateProps(QTD::PROPERTIES& state) {
+    Hold hold(*this, true, "QTDScreen::stateProps");
     if (!ready()) {
         state.set("at", QTD::ATTR(), true);
         state.set("scale", QTD::ATTR(), true);
@@ -727,7 +766,7 @@ bool QTDScreen::checkStateChanged(QTD::PROPERTIES& state, bool notify) {
     return true;
 }
 
-void QTDScreen::sendPendingViewChange() {
-    if (viewChangePending.exchange(false) && viewReceiver)
+void QTDScreen::sendViewChange() {
+    if (viewReceiver)
         viewReceiver->processCommand("view.changed", nullptr);
 }

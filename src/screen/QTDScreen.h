@@ -21,6 +21,9 @@ class QTDSurface;
 //
 // The window is reached only through its command interface: the screen tells it
 // "view.changed" and needs nothing else of it.
+//
+// Every operation holds `mutex`: commands change the view on the application's threads while the
+// window's thread draws and handles input. "view.changed" goes out after the outermost hold.
 class QTDScreen {
 public:
     enum FitMode : int { FitNone = 0, FitWindow = 1, FillWindow = 2, FitActual = 3 };
@@ -47,6 +50,16 @@ public:
                            bool clip);
     virtual bool fit(int mode, bool lock);
     virtual bool ready();
+    // The centre, read in one piece.
+    QTD::TPAIR<double> center();
+    // Where the image lies on the window, read in one piece.
+    QTD::TRECT<double> imageRect();
+    struct ScrollState {
+        int32_t rangeX, rangeY, x, y;
+        QTD::TPAIR<int> page;
+    };
+    // What the scroll bars show, read in one piece.
+    ScrollState scrollState();
 
     bool calculate();
     QTDScreen& scale(double value, bool lock);
@@ -109,7 +122,7 @@ public:
 
 private:
     class Hold;
-    void sendPendingViewChange();
+    void sendViewChange();
     void recalculate(bool sizeChanged);
 
     // Who holds `mutex` and how deeply; written only with `mutex` held.

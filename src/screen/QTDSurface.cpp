@@ -1,6 +1,7 @@
 #include "screen/QTDSurface.h"
 #include "screen/Rounding.h"
 
+#include "core/AutoLock.h"
 #include "screen/SurfaceText.h"
 
 #include <climits>
@@ -31,8 +32,24 @@ int QTDSurface::shut() {
 }
 
 void QTDSurface::setSize(int w, int h) {
+    QTD::AutoLock hold(&guard, "QTDSurface::setSize");
     width = w;
     height = h;
+}
+
+void QTDSurface::setArea(QTD::TRECT<double> const& rect) {
+    QTD::AutoLock hold(&guard, "QTDSurface::setArea");
+    area = rect;
+}
+
+QTD::TRECT<double> QTDSurface::areaRect() {
+    QTD::AutoLock hold(&guard, "QTDSurface::areaRect");
+    return area;
+}
+
+QTD::TPAIR<int> QTDSurface::size() {
+    QTD::AutoLock hold(&guard, "QTDSurface::size");
+    return {width, height};
 }
 
 bool QTDSurface::begin(QTD::PROPERTIES*) {
@@ -48,6 +65,7 @@ bool QTDSurface::isValid() {
 }
 
 QTD::ATTR QTDSurface::descriptor(QTD::ATTR name) {
+    QTD::AutoLock hold(&guard, "QTDSurface::descriptor");
     QTD::ATTR size = QTD::ATTR::format("%d;%d", width, height);
     QTD::ATTR areaText = area.text();
     if (name.empty())
@@ -78,18 +96,22 @@ void QTDSurface::text(char const* text, int x, int y, QTD::ATTR font, QTD::RgbCo
 }
 
 double QTDSurface::areaX(int x) {
+    QTD::AutoLock hold(&guard, "QTDSurface::areaX");
     return x - area.x;
 }
 
 double QTDSurface::areaY(int y) {
+    QTD::AutoLock hold(&guard, "QTDSurface::areaY");
     return y - area.y;
 }
 
 int QTDSurface::surfX(int x) {
+    QTD::AutoLock hold(&guard, "QTDSurface::surfX");
     return roundHalfAway(x + area.x);
 }
 
 int QTDSurface::surfY(int y) {
+    QTD::AutoLock hold(&guard, "QTDSurface::surfY");
     return roundHalfAway(y + area.y);
 }
 

@@ -4,6 +4,7 @@
 #include "core/PROPERTIES.h"
 #include "core/RMutex.h"
 #include "image/RgbColor.h"
+#include "image/TPAIR.h"
 #include "image/TPAIRS.h"
 #include "image/TRECT.h"
 
@@ -29,7 +30,12 @@ public:
 
     virtual bool init(QTD::PROPERTIES* props);
     virtual int shut();
+    // Size and area change on whichever thread changes the view, under `guard`.
     virtual void setSize(int width, int height);
+    void setArea(QTD::TRECT<double> const& rect);
+    // Both read in one piece, under `guard`.
+    QTD::TRECT<double> areaRect();
+    QTD::TPAIR<int> size();
     virtual bool begin(QTD::PROPERTIES* props);
     virtual void end();
     virtual void flush(QTD::PROPERTIES* props);

@@ -19,6 +19,7 @@
 #include <QMouseEvent>
 #include <QResizeEvent>
 #include <QScrollBar>
+#include <QThread>
 #include <QWheelEvent>
 #include <QWidget>
 
@@ -150,6 +151,10 @@ void QTDWindow::render() {
 }
 
 void QTDWindow::update() {
+    // One request waits at a time: the frame it brings draws the latest state anyway, and
+    // requests from other threads must not pile up while this thread is busy.
+    if (updatePending.exchange(true))
+        return;
     long ns = timestampNs();
     // Any thread may ask for a frame, while the chain rewrites the record of the image shown:
     // the identifier was taken when the image was set.
@@ -190,6 +195,7 @@ void QTDWindow::resize(int width, int height) {
 
 bool QTDWindow::event(QEvent* e) {
     if (e->type() == QEvent::UpdateRequest) {
+        updatePending = false;
         long ns = timestampNs();
         log.debug("QTDWindow::event(): UpdateRequest event, sys timestamp %ld ns, image id %lu", ns,
                   imageID.load());
@@ -209,6 +215,8 @@ void QTDWindow::resizeEvent(QResizeEvent*) {
         return;
     QSize size = QWindow::size();
     resize(size.width(), size.height());
+    windowRect(false);
+    windowRect(true);
     render();
 }
 
@@ -559,6 +567,18 @@ QTD::TPAIR<int> QTDWindow::cursorPos(bool global) {
 }
 
 QTD::TRECT<int> QTDWindow::windowRect(bool frame) {
+    // Widgets are read on their own thread only; other threads get what it saw last.
+    if (QThread::currentThread() != thread()) {
+        std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+        return shownRect[frame ? 1 : 0];
+    }
+    QTD::TRECT<int> result = measureRect(frame);
+    std::lock_guard<std::recursive_mutex> holdState(stateMutex);
+    shownRect[frame ? 1 : 0] = result;
+    return result;
+}
+
+QTD::TRECT<int> QTDWindow::measureRect(bool frame) {
     QTD::TRECT<int> result;
     if (!parent)
         return result;
@@ -844,11 +864,21 @@ void QTDWindow::setScroll(int x, int y) {
 }
 
 void QTDWindow::updateScrollParameters(int which) {
+    // The bars are widgets: a view changed on another thread moves them on their own thread, in
+    // one queued call however many changes come before it runs.
+    if (QThread::currentThread() != thread()) {
+        if (pendingScroll.fetch_or(which) == 0)
+            QMetaObject::invokeMethod(
+                this, [this] { updateScrollParameters(pendingScroll.exchange(0)); },
+                Qt::QueuedConnection);
+        return;
+    }
     QTDScreen* view = screen;
     if (!view)
         return;
     bool hasImage = image.load() != nullptr;
-    QTD::TPAIR<int> page = view->scrollPage();
+    const QTDScreen::ScrollState state = view->scrollState();
+    const QTD::TPAIR<int> page = state.page;
     auto apply = [hasImage](QScrollBar* bar, int range, int position, int step) {
         if (!bar)
             return;
@@ -870,9 +900,9 @@ void QTDWindow::updateScrollParameters(int which) {
         bar->update();
     };
     if (which & 2)
-        apply(horzBar, view->scrollRangeX, view->scrollX, page.x);
+        apply(horzBar, state.rangeX, state.x, page.x);
     if (which & 1)
-        apply(vertBar, view->scrollRangeY, view->scrollY, page.y);
+        apply(vertBar, state.rangeY, state.y, page.y);
 }
 
 void QTDWindow::messenger(QTD::Messenger* m) {

@@ -162,4 +162,11 @@ private:
     void applyBand();
 
     QTD::Messenger* messengerRef = nullptr;
+    // The widget geometry of windowRect, without and with the frame, as last measured.
+    QTD::TRECT<int> shownRect[2];
+    QTD::TRECT<int> measureRect(bool frame);
+    // Bars still to update from the window's thread (bit 1 horizontal, bit 0 vertical).
+    std::atomic<int> pendingScroll{0};
+    // An update request is posted and not yet handled.
+    std::atomic<bool> updatePending{false};
 };
