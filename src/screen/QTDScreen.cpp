@@ -144,7 +144,7 @@ bool QTDScreen::init(QTD::CommandProcessor* w, int width, int height, FitMode fi
     return true;
 }
 
-bool QTDScreen::shut(bool lock) {
+bool QTDScreen::shut(bool) {
     Hold hold(*this, true, "QTDScreen::shut");
     imageWidth = 0;
     imageHeight = 0;
