@@ -1,4 +1,5 @@
 #include "core/Thread.h"
+#include "core/HandOver.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -174,9 +175,11 @@ bool Thread::CallOn(QObject* context, std::function<void()> const& call, int tim
     };
     auto state = std::make_shared<State>();
     std::function<void()> const* target = &call;
+    postedTo(context);
     QMetaObject::invokeMethod(
         context,
         [state, target] {
+            handled();
             std::lock_guard<std::mutex> hold(state->mutex);
             if (state->abandoned)
                 return;

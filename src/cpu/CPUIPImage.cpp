@@ -1,4 +1,5 @@
 #include "cpu/CPUIPImage.h"
+#include "core/HandOver.h"
 
 #include "image/ImageLayout.h"
 #include "image/QTDImageHelpers.h"
@@ -130,27 +131,27 @@ void greyRowToRgb(const uint16_t* source, uint8_t* target, int width, int shift)
     greyRowToRgbScalar(source, target, 0, width, shift);
 }
 
-#if defined(__SANITIZE_THREAD__)
-extern "C" void __tsan_acquire(void* address);
-extern "C" void __tsan_release(void* address);
-#endif
-
 // OpenCV's parallel loop. Its workers (TBB) take the parts and report them done through
-// synchronisation the thread sanitizer cannot see; the annotations state what it guarantees:
-// every part starts after the call and ends before the call returns.
-template <class Body> void parallelFor(const cv::Range& range, const Body& body) {
-#if defined(__SANITIZE_THREAD__)
-    char handOver = 0;
-    __tsan_release(&handOver);
-    cv::parallel_for_(range, [&](const cv::Range& part) {
-        __tsan_acquire(&handOver);
+// synchronisation the thread sanitizer cannot see; in sanitizer builds each part says that it
+// starts after the call and ends before the call returns, as that synchronisation guarantees.
+template <class Body> class ParallelParts : public cv::ParallelLoopBody {
+public:
+    explicit ParallelParts(const Body& body) : body(body) {}
+    void operator()(const cv::Range& part) const override {
+        QTD::acquire(this);
         body(part);
-        __tsan_release(&handOver);
-    });
-    __tsan_acquire(&handOver);
-#else
-    cv::parallel_for_(range, body);
-#endif
+        QTD::release(this);
+    }
+
+private:
+    const Body& body;
+};
+
+template <class Body> void parallelFor(const cv::Range& range, const Body& body) {
+    ParallelParts<Body> parts(body);
+    QTD::release(&parts);
+    cv::parallel_for_(range, parts);
+    QTD::acquire(&parts);
 }
 
 // Deep mono to an 8-bit three-channel image in one pass over the pixels, rows shared out over

@@ -4,6 +4,7 @@
 #include "chain/QTDProcessor.h"
 #include "chain/QTDProcs.h"
 #include "core/AutoLock.h"
+#include "core/HandOver.h"
 #include "core/ParamsHelper.h"
 #include "core/Thread.h"
 #include "image/ColorModelDescription.h"
@@ -162,6 +163,11 @@ QTDScreen* QTDDisplay::getScreen() {
     return window != nullptr ? window->screen : nullptr;
 }
 
+bool QTDDisplay::event(QEvent* e) {
+    QTD::handled();
+    return QObject::event(e);
+}
+
 QTDWindow* QTDDisplay::getWindow() {
     return viewer != nullptr ? viewer->window : nullptr;
 }
@@ -206,6 +212,7 @@ uint32_t QTDDisplay::Init(BrxImage* format) {
 
 void QTDDisplay::sendObjectMessage(const char* name, QTD::PROPERTIES* bag) {
     messageDone = 0;
+    QTD::postedTo(this);
     emit signalObjectMessage(name, bag);
     // On the controller's own thread the pump runs the slot; elsewhere that thread does.
     while (messageDone == 0) {
@@ -434,6 +441,7 @@ uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
     lastError = 0;
     receivedCounter.count(true);
     if (!checkPending.exchange(true)) {
+        QTD::postedTo(this);
         emit signalImageReceived();
     }
     sched_yield();
@@ -686,6 +694,7 @@ uint32_t QTDDisplay::ConvertImage(BrxImage* source, BrxImage* target) {
         lastError = CodeFailed;
         return status(CodeFailed);
     }
+    QTD::postedTo(this);
     emit signalConvertImage(source, target);
     // Waiting on the controller's own thread pumps its events, and a set-up among them would
     // take the converter away.
@@ -741,6 +750,7 @@ int QTDDisplay::RunCommandParams(const char* command, Map* params) {
         return DeleteNotificationProc(receiver) & 0xFF;
     }
     if (name.same("cmd.image.rebuild")) {
+        QTD::postedTo(this);
         emit signalRebuildImage();
         return currentImage != nullptr ? 1 : 0;
     }

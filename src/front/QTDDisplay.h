@@ -125,6 +125,10 @@ public:
     // Carries the per-image notification.
     static Map imageProcParams;
 
+protected:
+    // Every queued call arrives here first.
+    bool event(QEvent* event) override;
+
 signals:
     void signalRebuildImage();
     void signalObjectMessage(const char* msgName, QTD::PROPERTIES* bag);

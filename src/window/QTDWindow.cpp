@@ -2,6 +2,7 @@
 #include "screen/Rounding.h"
 
 #include "core/AutoLock.h"
+#include "core/HandOver.h"
 #include "core/Messenger.h"
 #include "cpu/CPUScreen.h"
 #include "cpu/CPUSurface.h"
@@ -160,6 +161,7 @@ void QTDWindow::update() {
     // the identifier was taken when the image was set.
     log.debug("QTDWindow::update(): post UpdateRequest, sys timestamp %ld ns, image id %lu", ns,
               imageID.load());
+    QTD::postedTo(this);
     QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest), Qt::NormalEventPriority);
 }
 
@@ -194,6 +196,7 @@ void QTDWindow::resize(int width, int height) {
 }
 
 bool QTDWindow::event(QEvent* e) {
+    QTD::handled();
     if (e->type() == QEvent::UpdateRequest) {
         updatePending = false;
         long ns = timestampNs();
@@ -867,10 +870,12 @@ void QTDWindow::updateScrollParameters(int which) {
     // The bars are widgets: a view changed on another thread moves them on their own thread, in
     // one queued call however many changes come before it runs.
     if (QThread::currentThread() != thread()) {
-        if (pendingScroll.fetch_or(which) == 0)
+        if (pendingScroll.fetch_or(which) == 0) {
+            QTD::postedTo(this);
             QMetaObject::invokeMethod(
                 this, [this] { updateScrollParameters(pendingScroll.exchange(0)); },
                 Qt::QueuedConnection);
+        }
         return;
     }
     QTDScreen* view = screen;

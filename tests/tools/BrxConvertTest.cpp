@@ -2,6 +2,7 @@
 // through the library, the packer's bit layouts, and the one-line errors.
 #include "common/CameraFormat.h"
 #include "common/RawFrame.h"
+#include "tools/ToolRun.h"
 
 #include "image/BrxImageUnpack.h"
 #include "image/QTDImageHelpers.h"
@@ -42,19 +43,8 @@ ToolRun runConvert(const std::string& args) {
     return r;
 }
 
-// What a command writes to stdout, and its exit status.
 std::string helpOf(const char* tool, int& status) {
-    std::string out;
-    if (FILE* p = popen((std::string(tool) + " --help").c_str(), "r")) {
-        char buffer[4096];
-        size_t n;
-        while ((n = std::fread(buffer, 1, sizeof(buffer), p)) > 0) {
-            out.append(buffer, n);
-        }
-        const int raw = pclose(p);
-        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    }
-    return out;
+    return ToolTest::run(std::string(tool) + " --help", status);
 }
 
 // Smooth in every channel, so that demosaicing and chroma subsampling lose little.

@@ -1,6 +1,7 @@
 // The viewer's headless run on an X server: frames reach the screen, and the screenshot shows
 // the synthetic camera's colour bars where they belong.
 #include "common/SyntheticScene.h"
+#include "tools/ToolRun.h"
 
 #include <gtest/gtest.h>
 
@@ -17,19 +18,7 @@
 
 namespace {
 
-std::string run(const std::string& line, int& status) {
-    std::string out;
-    if (FILE* p = popen(line.c_str(), "r")) {
-        char buffer[4096];
-        size_t n;
-        while ((n = std::fread(buffer, 1, sizeof(buffer), p)) > 0) {
-            out.append(buffer, n);
-        }
-        const int raw = pclose(p);
-        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    }
-    return out;
-}
+using ToolTest::run;
 
 bool isBackground(QRgb c) {
     // 0xC0C0C0, give or take the X server's rounding.
