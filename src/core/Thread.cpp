@@ -2,7 +2,7 @@
 #include "core/HandOver.h"
 
 #include <QCoreApplication>
-#include <QMetaObject>
+#include <QEvent>
 #include <QThread>
 
 #include <cerrno>
@@ -161,33 +161,65 @@ void Thread::Wait(int milliseconds, int every) {
     }
 }
 
+namespace {
+
+// What a call across threads shares with its caller, who may stop waiting first.
+struct CallState {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::function<void()> const* call = nullptr;
+    bool done = false;
+    bool abandoned = false;
+};
+
+// Carries one call to the thread that runs it. The event is complete before it is posted, so
+// the hand-over through Qt's queue can be stated to the thread sanitizer as it is.
+class CallEvent : public QEvent {
+public:
+    static QEvent::Type type() {
+        static const int registered = QEvent::registerEventType();
+        return static_cast<QEvent::Type>(registered);
+    }
+    explicit CallEvent(std::shared_ptr<CallState> state)
+        : QEvent(type()), state(std::move(state)) {}
+    std::shared_ptr<CallState> state;
+};
+
+// Lives on the target thread for one call, then goes.
+class CallTarget : public QObject {
+public:
+    bool event(QEvent* e) override {
+        handled();
+        if (e->type() != CallEvent::type())
+            return QObject::event(e);
+        CallState& state = *static_cast<CallEvent*>(e)->state;
+        {
+            std::lock_guard<std::mutex> hold(state.mutex);
+            if (!state.abandoned) {
+                (*state.call)();
+                state.done = true;
+                state.changed.notify_all();
+            }
+        }
+        deleteLater();
+        return true;
+    }
+};
+
+} // namespace
+
 bool Thread::CallOn(QObject* context, std::function<void()> const& call, int timeout) {
     if (!context || QThread::currentThread() == context->thread()) {
         call();
         return true;
     }
-    // Shared with the queued call, which may outlive this wait.
-    struct State {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool done = false;
-        bool abandoned = false;
-    };
-    auto state = std::make_shared<State>();
-    std::function<void()> const* target = &call;
-    postedTo(context);
-    QMetaObject::invokeMethod(
-        context,
-        [state, target] {
-            handled();
-            std::lock_guard<std::mutex> hold(state->mutex);
-            if (state->abandoned)
-                return;
-            (*target)();
-            state->done = true;
-            state->changed.notify_all();
-        },
-        Qt::QueuedConnection);
+    auto state = std::make_shared<CallState>();
+    state->call = &call;
+    auto* target = new CallTarget;
+    target->moveToThread(context->thread());
+    auto* event = new CallEvent(state);
+    postedTo(target);
+    QCoreApplication::postEvent(target, event);
     std::unique_lock<std::mutex> hold(state->mutex);
     if (!state->changed.wait_for(hold, std::chrono::milliseconds(timeout),
                                  [&] { return state->done; }))

@@ -161,8 +161,9 @@ void QTDWindow::update() {
     // the identifier was taken when the image was set.
     log.debug("QTDWindow::update(): post UpdateRequest, sys timestamp %ld ns, image id %lu", ns,
               imageID.load());
+    auto* request = new QEvent(QEvent::UpdateRequest);
     QTD::postedTo(this);
-    QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest), Qt::NormalEventPriority);
+    QCoreApplication::postEvent(this, request, Qt::NormalEventPriority);
 }
 
 void QTDWindow::setImage(BrxImage* newImage, bool redraw) {
@@ -195,8 +196,17 @@ void QTDWindow::resize(int width, int height) {
     updateScrollParameters(3);
 }
 
+QEvent::Type QTDWindow::scrollRequest() {
+    static const int registered = QEvent::registerEventType();
+    return static_cast<QEvent::Type>(registered);
+}
+
 bool QTDWindow::event(QEvent* e) {
     QTD::handled();
+    if (e->type() == scrollRequest()) {
+        updateScrollParameters(pendingScroll.exchange(0));
+        return true;
+    }
     if (e->type() == QEvent::UpdateRequest) {
         updatePending = false;
         long ns = timestampNs();
@@ -871,10 +881,9 @@ void QTDWindow::updateScrollParameters(int which) {
     // one queued call however many changes come before it runs.
     if (QThread::currentThread() != thread()) {
         if (pendingScroll.fetch_or(which) == 0) {
+            auto* request = new QEvent(scrollRequest());
             QTD::postedTo(this);
-            QMetaObject::invokeMethod(
-                this, [this] { updateScrollParameters(pendingScroll.exchange(0)); },
-                Qt::QueuedConnection);
+            QCoreApplication::postEvent(this, request);
         }
         return;
     }

@@ -12,6 +12,7 @@
 
 #include <brx/BrxImage.h>
 
+#include <QEvent>
 #include <QWindow>
 
 #include <atomic>
@@ -85,6 +86,8 @@ public:
 
     void messenger(QTD::Messenger* messenger);
     QTD::Messenger* messenger() const { return messengerRef; }
+    // Asks the window's thread to move the bars.
+    static QEvent::Type scrollRequest();
     void setScrollBars(QScrollBar* horz, QScrollBar* vert);
     // A null `before` puts `input` at the front; a `before` not in the chain inserts nothing.
     void insertInputProcessor(QTDInput* input, QTDInput* before);
