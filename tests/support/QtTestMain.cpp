@@ -3,6 +3,10 @@
 
 #include <cstdlib>
 
+namespace BrxTest {
+void keepGraphicsDriversLoaded();
+}
+
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     // Listing the tests (ctest's discovery) and runs without an X server use the offscreen
@@ -10,5 +14,7 @@ int main(int argc, char** argv) {
     if (!std::getenv("DISPLAY"))
         setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    BrxTest::keepGraphicsDriversLoaded();
+    return result;
 }
