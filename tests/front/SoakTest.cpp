@@ -221,8 +221,9 @@ TEST(Soak, ABusyEventLoopLeavesNoBacklog) {
     EventCount frames(d.getWindow(), QEvent::UpdateRequest);
     EventCount barMoves(d.getWindow(), QTDWindow::scrollRequest());
     QCoreApplication::processEvents();
+    const long checksSeen = checks.seen, framesSeen = frames.seen, barMovesSeen = barMoves.seen;
     std::printf("held: offered %ld; then %ld queued calls, %ld update requests, %ld bar moves\n",
-                offeredWhileHeld, checks.seen, frames.seen, barMoves.seen);
+                offeredWhileHeld, checksSeen, framesSeen, barMovesSeen);
     pump(200);
     const long memoryAfter = residentBytes();
     std::printf("held: resident %ld -> %ld KiB\n", memoryBefore / 1024, memoryAfter / 1024);
@@ -230,9 +231,9 @@ TEST(Soak, ABusyEventLoopLeavesNoBacklog) {
     EXPECT_GT(offeredWhileHeld, 100);
     // One buffer check was waiting, and the pass it makes asks for one more check and one frame:
     // nothing grew with the frames offered.
-    EXPECT_LE(checks.seen, 3);
-    EXPECT_LE(frames.seen, 2);
-    EXPECT_LE(barMoves.seen, 1);
+    EXPECT_LE(checksSeen, 3);
+    EXPECT_LE(framesSeen, 2);
+    EXPECT_LE(barMovesSeen, 1);
     if (MeasuresMemory) {
         EXPECT_LT(memoryAfter - memoryBefore, 8L * Width * Height);
     }
