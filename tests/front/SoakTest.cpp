@@ -150,11 +150,11 @@ struct Soak {
         if (events) {
             pumpUntil([this] { return finished == long(threads.size()); });
         }
-        finished = 0;
         for (std::thread& t : threads) {
             t.join();
         }
         threads.clear();
+        finished = 0;
     }
 
     Live live;
