@@ -1,0 +1,8 @@
+#pragma once
+
+// The GL drawing backend: surface, render targets and textures on the window's context.
+
+#include "gpu/QGLImage.h"
+#include "gpu/QGLSurface.h"
+#include "gpu/QGLTexture.h"
+#include "screen/QTDSurfaceTypes.h"
