@@ -179,10 +179,7 @@ bool QGLSurface::begin(QTD::PROPERTIES*) {
     if (!window)
         return false;
     if (!current && context) {
-        // The deadline is kept in 32 bits as it always was: with today's clock it lies far
-        // below the 64-bit time, so a failing makeCurrent is tried once.
-        int32_t deadline32 = static_cast<int32_t>(start + 3000);
-        int64_t deadline = deadline32;
+        int64_t deadline = beginDeadline(start);
         for (;;) {
             current = context->makeCurrent(window);
             if (current)
@@ -194,6 +191,10 @@ bool QGLSurface::begin(QTD::PROPERTIES*) {
     }
     checkError("QGLSurface::begin()", true, false);
     return true;
+}
+
+int64_t QGLSurface::beginDeadline(int64_t startMs) {
+    return static_cast<int32_t>(static_cast<uint32_t>(startMs + 3000));
 }
 
 void QGLSurface::end() {

@@ -44,6 +44,9 @@ public:
     int setViewport(int w, int h);
     static unsigned int getFormat(QTD::PixelFormat& format, bool internal);
     static unsigned int getType(QTD::PixelFormat& format);
+    // begin's retry deadline, kept in 32 bits as it always was: with today's clock it lies far
+    // below the time, so a failing makeCurrent is tried once and the 3 s are never spent.
+    static int64_t beginDeadline(int64_t startMs);
 
     QOpenGLContext* context = nullptr;
     QWindow* window = nullptr;

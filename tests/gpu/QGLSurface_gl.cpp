@@ -24,6 +24,28 @@ TEST(GLSurfaceInit, RefusesWithoutAWindowAndStaysCreated) {
     EXPECT_FALSE(surface.isValid());
 }
 
+// A window that cannot take a context fails begin, and with it init.
+TEST(GLSurfaceInit, RasterWindowFailsAndSaysSo) {
+    QWindow raster;
+    raster.setSurfaceType(QSurface::RasterSurface);
+    raster.resize(64, 64);
+    raster.create();
+    QGLSurface surface;
+    QTD::PROPERTIES props;
+    props.set("window", QTD::ATTR(static_cast<void*>(&raster)), true);
+    EXPECT_FALSE(surface.init(&props));
+    EXPECT_EQ(surface.props.get("state"), "failed");
+    EXPECT_FALSE(surface.isValid());
+}
+
+// begin's deadline wraps in 32 bits: near today's clock it lies in the past, so the retry
+// loop ends after its first try; only a clock near its epoch would get the full 3 s.
+TEST(GLSurfaceInit, BeginDeadlineIsTruncated) {
+    int64_t now = int64_t(1'764'000'000'000);
+    EXPECT_LT(QGLSurface::beginDeadline(now), now);
+    EXPECT_EQ(QGLSurface::beginDeadline(1000), 4000);
+}
+
 TEST_F(GLSurface, PublishesContextWindowAndLimits) {
     QTD::PROPERTIES& p = surface.props;
     EXPECT_EQ(p.get("state"), "ready");
