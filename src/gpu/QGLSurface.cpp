@@ -2,6 +2,7 @@
 
 #include "core/AutoLock.h"
 #include "gpu/QGLImage.h"
+#include "gpu/QGLSurfaceText.h"
 #include "screen/Rounding.h"
 #include "screen/SurfaceText.h"
 
@@ -97,6 +98,7 @@ bool QGLSurface::init(QTD::PROPERTIES* p) {
     }
     initializeOpenGLFunctions();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    textHandler = new QGLSurfaceText(&props);
 
     QRect geometry = window->geometry();
     int w = geometry.right() - geometry.left() + 1;

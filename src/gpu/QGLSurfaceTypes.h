@@ -4,5 +4,6 @@
 
 #include "gpu/QGLImage.h"
 #include "gpu/QGLSurface.h"
+#include "gpu/QGLSurfaceText.h"
 #include "gpu/QGLTexture.h"
 #include "screen/QTDSurfaceTypes.h"
