@@ -4,6 +4,7 @@
 
 #include "gpu/QGLImage.h"
 #include "gpu/QGLSurface.h"
+#include "gpu/QGLSurfaceRef.h"
 #include "gpu/QGLSurfaceText.h"
 #include "gpu/QGLTexture.h"
 #include "screen/QTDSurfaceTypes.h"

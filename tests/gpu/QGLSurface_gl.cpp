@@ -3,6 +3,8 @@
 
 #include "GLTestSupport.h"
 
+#include "gpu/QGLSurfaceRef.h"
+
 #include <QImage>
 #include <QOpenGLContext>
 
@@ -231,6 +233,35 @@ TEST_F(GLSurface, HelpersMakeShaderProgramAndTextureAndReportFailures) {
     surface.glGetIntegerv(GL_TEXTURE_BINDING_2D, &before);
     EXPECT_EQ(before, 0);
     EXPECT_EQ(surface.checkError("makeTexture", true, true), 0);
+}
+
+TEST_F(GLSurface, ReferenceBorrowsTheContextAndLeavesItAlive) {
+    QGLSurfaceRef orphan;
+    QTD::PROPERTIES none;
+    EXPECT_FALSE(orphan.init(&none));
+    {
+        QGLSurfaceRef ref;
+        QTD::PROPERTIES props;
+        props.set("surface", QTD::ATTR(static_cast<void*>(&surface)), true);
+        props.set("size.x", "64", true);
+        props.set("size.y", "32", true);
+        ASSERT_TRUE(ref.init(&props));
+        EXPECT_EQ(ref.context, surface.context);
+        EXPECT_EQ(ref.props.get("class"), "QGLSurfaceRef");
+        EXPECT_EQ(ref.props.get("size"), "64;32");
+        EXPECT_EQ(ref.props.get("gl.texture"), surface.props.get("gl.texture"));
+        EXPECT_EQ(surface.props.get("class"), "QGLSurface");
+        surface.end();
+        EXPECT_TRUE(ref.begin(nullptr));
+        EXPECT_EQ(QOpenGLContext::currentContext(), nullptr);
+        ASSERT_TRUE(surface.begin(nullptr));
+        ref.end();
+        EXPECT_EQ(QOpenGLContext::currentContext(), surface.context);
+    }
+    // The source's context outlives the reference.
+    EXPECT_TRUE(surface.isValid());
+    EXPECT_EQ(QOpenGLContext::currentContext(), surface.context);
+    EXPECT_EQ(surface.checkError("after the reference", true, true), 0);
 }
 
 } // namespace
