@@ -1,8 +1,10 @@
 #pragma once
 
-// The GL drawing backend: surface, render targets and textures on the window's context.
+// The GL drawing backend: surface, screen, text, render targets and textures on the window's
+// context.
 
 #include "gpu/QGLImage.h"
+#include "gpu/QGLScreen.h"
 #include "gpu/QGLSurface.h"
 #include "gpu/QGLSurfaceRef.h"
 #include "gpu/QGLSurfaceText.h"
