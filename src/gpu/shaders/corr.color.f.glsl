@@ -9,6 +9,9 @@ uniform int debugMode;
 uniform vec3 offs;
 uniform vec3 gain;
 uniform float gamma;
+// The input's top level (255 at 8 bits): gamma works on levels, as the CPU table does. 0 takes
+// the values as fractions.
+uniform float levels;
 
 varying vec2 center;
 
@@ -27,12 +30,13 @@ void main() {
         }
     } else {
         rgb = offs + gain * rgb;
-        // A gamma of 0 (unset) is outside the window too and stays off.
-        if (abs(gamma - 1.0) > 0.01 && gamma > 0.0) {
+        // Gamma 0 (unset) and 1 both mean none, as on the CPU.
+        if (abs(gamma) >= 1e-7 && abs(gamma - 1.0) >= 1e-7) {
+            float top = levels > 0.0 ? levels : 1.0;
+            vec3 v = rgb * top;
             // The floor keeps pow away from zero.
-            vec3 base = vec3(rgb.r > 0.0 ? rgb.r : 0.004, rgb.g > 0.0 ? rgb.g : 0.004,
-                             rgb.b > 0.0 ? rgb.b : 0.004);
-            rgb = pow(base, vec3(gamma));
+            v = vec3(v.r > 0.0 ? v.r : 0.004, v.g > 0.0 ? v.g : 0.004, v.b > 0.0 ? v.b : 0.004);
+            rgb = pow(v, vec3(gamma)) / top;
         }
     }
     rgb = clamp(rgb, 0.0, colorHi);
