@@ -1,5 +1,10 @@
 #include "gpu/QGLHelpers.h"
 
+#include "gpu/QGLSurface.h"
+
+#include <QOpenGLContext>
+#include <log4cpp/Category.hh>
+
 #include <QOpenGLFunctions>
 
 #include <cstdint>
@@ -18,6 +23,14 @@ bool holds(BrxImage* image, int w, int h, int pixelBytes) {
 }
 
 } // namespace
+
+bool contextCurrent(QGLSurface* surface, char const* where) {
+    if (surface && surface->context && QOpenGLContext::currentContext() == surface->context)
+        return true;
+    log4cpp::Category::getInstance("BrxDisplayQt")
+        .warn("%s: the surface's context is not current", where);
+    return false;
+}
 
 int pixelBytes(PixelFormat const& format) {
     int channels = (format.mode & ClrRGB) ? 3 : (format.mode & ClrRGBA) ? 4 : 1;

@@ -6,9 +6,14 @@
 
 #include <vector>
 
+class QGLSurface;
 class QOpenGLFunctions;
 
 namespace QTD {
+
+// Whether `surface` has a context and it is current on this thread: GL objects are made and
+// deleted only then. Otherwise logs `where` and answers false.
+bool contextCurrent(QGLSurface* surface, char const* where);
 
 // Bytes of one stored pixel: deep channels take 16 bits each, right-aligned.
 int pixelBytes(PixelFormat const& format);

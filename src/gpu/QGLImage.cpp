@@ -41,7 +41,7 @@ bool QGLImage::init(BrxImage* image, QTD::PROPERTIES* p) {
     settings.importData(p, 0, -1);
     if (!surface)
         surface = static_cast<QGLSurface*>(settings.get("surface").as<void*>());
-    if (!surface)
+    if (!surface || !QTD::contextCurrent(surface, "QGLImage::init()"))
         return false;
     int w = settings.get("size.x", "0").as<int>();
     int h = settings.get("size.y", "0").as<int>();
@@ -124,7 +124,10 @@ void QGLImage::shut() {
     }
     if (!surface)
         surface = static_cast<QGLSurface*>(settings.get("surface").as<void*>());
-    if (surface && (framebufferID || renderbufferID || textureID)) {
+    // Without its context the names cannot be deleted here; a context that is gone took them
+    // along.
+    if ((framebufferID || renderbufferID || textureID) &&
+        QTD::contextCurrent(surface, "QGLImage::shut()")) {
         if (framebufferID)
             surface->glDeleteFramebuffers(1, &framebufferID);
         if (renderbufferID)

@@ -24,7 +24,7 @@ bool QGLTexture::init(BrxImage* image, QTD::PROPERTIES* p) {
     }
     if (!surface)
         surface = static_cast<QGLSurface*>(props.get("surface").as<void*>());
-    if (!surface)
+    if (!surface || !QTD::contextCurrent(surface, "QGLTexture::init()"))
         return false;
     pixelFormat.setTypeID(props.get("pixeltype", "0").as<unsigned int>());
     return create("QGLTexture::init()");
@@ -41,7 +41,7 @@ bool QGLTexture::init(QTD::PixelFormat& f, int w, int h, QTD::PROPERTIES* p) {
     props.set("size.y", QTD::ATTR(h), true);
     if (!surface)
         surface = static_cast<QGLSurface*>(props.get("surface").as<void*>());
-    if (!surface || !f.valid())
+    if (!surface || !f.valid() || !QTD::contextCurrent(surface, "QGLTexture::init()"))
         return false;
     pixelFormat = f;
     return create("QGLTexture::init()");
@@ -77,7 +77,8 @@ bool QGLTexture::create(char const* where) {
 void QGLTexture::shut() {
     if (!surface)
         surface = static_cast<QGLSurface*>(props.get("surface").as<void*>());
-    if (textureID && surface && !props.find("texture") && surface->glIsTexture(textureID))
+    if (textureID && !props.find("texture") && QTD::contextCurrent(surface, "QGLTexture::shut()") &&
+        surface->glIsTexture(textureID))
         surface->glDeleteTextures(1, &textureID);
     textureID = 0;
 }
@@ -125,7 +126,8 @@ bool QGLTexture::fill(BrxImage* image) {
 }
 
 void QGLTexture::texture(unsigned int name) {
-    if (surface && !props.find("texture") && textureID && surface->glIsTexture(textureID))
+    if (!props.find("texture") && textureID &&
+        QTD::contextCurrent(surface, "QGLTexture::texture()") && surface->glIsTexture(textureID))
         surface->glDeleteTextures(1, &textureID);
     textureID = name;
     props.set("texture", QTD::ATTR::format("%u", name), true);

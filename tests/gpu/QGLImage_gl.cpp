@@ -308,4 +308,35 @@ TEST_F(GLImage, AdoptedTexturesAreNotDeleted) {
     surface.glDeleteTextures(1, &foreign);
 }
 
+// GL objects are made and deleted only with the surface's context current; a target that
+// outlives its context drops its names without touching GL.
+TEST_F(GLImage, NothingIsMadeOrDeletedWithoutTheContext) {
+    Pixels source(8, 8, BRX_PIXEL_Mono8);
+    surface.end();
+    QGLImage early(&surface);
+    EXPECT_FALSE(early.init(&source.record, nullptr));
+    QGLTexture earlyTexture(&surface);
+    EXPECT_FALSE(earlyTexture.init(&source.record, nullptr));
+    ASSERT_TRUE(surface.begin(nullptr));
+
+    auto target = std::make_unique<QGLImage>(&surface);
+    ASSERT_TRUE(target->init(&source.record, nullptr));
+    auto input = std::make_unique<QGLTexture>(&surface);
+    ASSERT_TRUE(input->init(&source.record, nullptr));
+    GLuint texture = target->texture();
+    surface.end();
+    target->shut();
+    input->shut();
+    EXPECT_EQ(target->texture(), 0u);
+    ASSERT_TRUE(surface.begin(nullptr));
+    EXPECT_TRUE(surface.glIsTexture(texture)) << "deleted without its context";
+    surface.glDeleteTextures(1, &texture);
+
+    target = std::make_unique<QGLImage>(&surface);
+    ASSERT_TRUE(target->init(&source.record, nullptr));
+    surface.end();
+    surface.shut();
+    target.reset();
+}
+
 } // namespace
