@@ -8,7 +8,10 @@
 #include <QImage>
 #include <QOpenGLContext>
 
+#include <algorithm>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using GLTest::OnContext;
 
@@ -199,6 +202,51 @@ TEST_F(GLSurface, FillRectLandsAtSurfaceCoordinates) {
     EXPECT_FALSE(redAt(40, 59));
     EXPECT_FALSE(redAt(39, 60));
     EXPECT_EQ(surface.checkError("fill", true, true), 0);
+}
+
+// Lines: a single point draws nothing, a rectangle's outline lies on its corners within a
+// pixel, and a default fill covers the whole surface.
+TEST_F(GLSurface, LinesAndDefaultFill) {
+    auto shot = [&] {
+        std::vector<unsigned char> rgba(320 * 240 * 4);
+        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+        return rgba;
+    };
+    auto lit = [](std::vector<unsigned char> const& rgba, int x, int y, int slack) {
+        for (int dy = -slack; dy <= slack; ++dy)
+            for (int dx = -slack; dx <= slack; ++dx) {
+                int px = x + dx, py = y + dy;
+                if (px >= 0 && px < 320 && py >= 0 && py < 240 &&
+                    rgba[((239 - py) * 320 + px) * 4 + 1] > 200)
+                    return true;
+            }
+        return false;
+    };
+    surface.setViewport(0, 0);
+    surface.glClearColor(0, 0, 0, 1);
+    surface.glClear(GL_COLOR_BUFFER_BIT);
+    QTD::RgbColor green(0, 255, 0);
+    QTD::TPAIRS<int> one = {{50, 50}};
+    surface.polyLine(one, &green, 3, 0);
+    QTD::TPAIRS<int> none;
+    surface.polyLine(none, &green, 3, 0);
+    std::vector<unsigned char> empty = shot();
+    EXPECT_EQ(std::count(empty.begin(), empty.end(), 255), 320 * 240) << "alpha only";
+
+    surface.rect(100, 60, 80, 40, &green, 1, 0);
+    std::vector<unsigned char> box = shot();
+    for (auto [x, y] :
+         {std::pair{100, 60}, {180, 60}, {180, 100}, {100, 100}, {140, 60}, {100, 80}})
+        EXPECT_TRUE(lit(box, x, y, 1)) << x << "," << y;
+    EXPECT_FALSE(lit(box, 140, 80, 5));
+
+    surface.fillRect(-1, -1, -1, -1, &green);
+    std::vector<unsigned char> full = shot();
+    EXPECT_TRUE(lit(full, 0, 0, 0));
+    EXPECT_TRUE(lit(full, 319, 239, 0));
+    EXPECT_TRUE(lit(full, 160, 120, 0));
+    EXPECT_EQ(surface.checkError("lines", true, true), 0);
 }
 
 TEST_F(GLSurface, ImageWithoutGLTargetDrawsNothing) {
