@@ -7,6 +7,8 @@
 
 #include <QOpenGLContext>
 
+#include <log4cpp/Category.hh>
+
 #include <algorithm>
 #include <cmath>
 
@@ -88,7 +90,11 @@ bool QGLImage::init(BrxImage* image, QTD::PROPERTIES* p) {
     GLuint fallback = QOpenGLContext::currentContext()
                           ? QOpenGLContext::currentContext()->defaultFramebufferObject()
                           : 0;
-    if (surface->glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+    GLenum status = surface->glCheckFramebufferStatus(GL_FRAMEBUFFER);
+    if (status != GL_FRAMEBUFFER_COMPLETE) {
+        log4cpp::Category::getInstance("BrxDisplayQt")
+            .error("QGLImage::init(): framebuffer incomplete (0x%x) for %dx%d of type 0x%x", status,
+                   w, h, pixelType);
         surface->checkError("QGLImage::init()", true, false);
         surface->glBindFramebuffer(GL_FRAMEBUFFER, fallback);
         surface->glBindRenderbuffer(GL_RENDERBUFFER, 0);

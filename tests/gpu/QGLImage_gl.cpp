@@ -264,6 +264,13 @@ TEST_F(GLImage, RefusalsChangeNothing) {
     EXPECT_EQ(target->readGPU(&shortOne.record), nullptr);
     EXPECT_FALSE(target->fillGPU(0u, nullptr));
 
+    // No GL format for YUV: the framebuffer is incomplete and init says so.
+    Pixels yuv(16, 8, BRX_PIXEL_YUV422_8_UYVY);
+    QGLImage noFormat(&surface);
+    EXPECT_FALSE(noFormat.init(&yuv.record, nullptr));
+    EXPECT_FALSE(noFormat.isReady());
+    clearErrors();
+
     EXPECT_EQ(QGLImage::GetTexture(&source.record), 0u);
     EXPECT_EQ(QGLImage::GetTexture(target->image()), target->texture());
     EXPECT_EQ(QGLImage::GetTexture(nullptr), 0u);
