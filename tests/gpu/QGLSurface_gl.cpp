@@ -275,7 +275,8 @@ TEST_F(GLSurface, HelpersMakeShaderProgramAndTextureAndReportFailures) {
     surface.glDeleteShader(f);
 
     clearErrors();
-    unsigned char pixels[4] = {1, 2, 3, 4};
+    // Rows of two bytes at the default unpack alignment of four.
+    unsigned char pixels[8] = {1, 2, 0, 0, 3, 4, 0, 0};
     GLint before = 0;
     surface.makeTexture(2, 2, pixels, GL_RED, GL_R8, GL_NEAREST, GL_UNSIGNED_BYTE);
     surface.glGetIntegerv(GL_TEXTURE_BINDING_2D, &before);
