@@ -1,6 +1,6 @@
 // The passes' shaders run on Mesa against the CPU's own arithmetic: the display scale and
-// clip, colour correction against the CPU's level table, and Mono10p/Mono12p unpacking against
-// the CPU unpacker.
+// clip, colour correction against the CPU's level table, Mono10p/Mono12p unpacking against the
+// CPU unpacker, and exposure coloration against the CPU's colorizer.
 
 #include "GLTestSupport.h"
 
@@ -14,6 +14,7 @@
 #include <brx/BrxPixelTypes.h>
 
 #include <QOpenGLShaderProgram>
+#include <QVector2D>
 #include <QVector3D>
 #include <QVector4D>
 
@@ -232,6 +233,99 @@ TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
         uint16_t first;
         std::memcpy(&first, outBytes.data(), 2);
         EXPECT_EQ(first, c.method == 0 ? 1023 : 4095);
+    }
+}
+
+// Thresholds in levels, handed to the shader half a level outside (its tests are strict, on
+// fractions of the texture's full scale): the same pixels are marked as by the CPU, at the
+// automatic extremes and in between, mono on one channel and colour on the sum. (The CPU keeps
+// the sum in 16 signed bits, so 16-bit colour wraps there and is left out.)
+TEST_F(ShaderPass, ColorationMarksThePixelsTheCpuMarks) {
+    struct Case {
+        unsigned int type;
+        int depth, channels;
+        unsigned int lo, hi;
+    } const cases[] = {
+        {BRX_PIXEL_Mono8, 8, 1, 1, 254},    {BRX_PIXEL_Mono8, 8, 1, 40, 200},
+        {BRX_PIXEL_Mono12, 12, 1, 1, 4094}, {BRX_PIXEL_Mono12, 12, 1, 700, 3000},
+        {BRX_PIXEL_RGB8, 8, 3, 1, 764},     {BRX_PIXEL_RGB8, 8, 3, 100, 600},
+        {BRX_PIXEL_RGB12, 12, 3, 1, 12284}, {BRX_PIXEL_RGB12, 12, 3, 2000, 9000},
+    };
+    unsigned int const colorLo = 0x0000FF, colorHi = 0x00FF00;
+    int const w = 64, h = 16;
+    for (auto const& c : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << std::hex << c.type << std::dec << " " << c.lo << ".." << c.hi);
+        std::vector<uint8_t> sourceBytes;
+        int sampleBytes = c.depth > 8 ? 2 : 1;
+        BrxImage source = record(w, h, c.type, sourceBytes, w * c.channels * sampleBytes);
+        uint32_t seed = 5;
+        int top = (1 << c.depth) - 1;
+        for (int i = 0; i < w * h; ++i) {
+            seed = seed * 1103515245u + 12345u;
+            // Whole pixels at the extremes often, so that the automatic thresholds mark some.
+            int kind = int(seed >> 28);
+            for (int ch = 0; ch < c.channels; ++ch) {
+                seed = seed * 1103515245u + 12345u;
+                int v = kind == 0 ? 0 : kind == 1 ? top : int((seed >> 8) % uint32_t(top + 1));
+                int at = i * c.channels + ch;
+                if (sampleBytes == 1)
+                    sourceBytes[at] = uint8_t(v);
+                else
+                    std::memcpy(sourceBytes.data() + 2 * at, &v, 2);
+            }
+        }
+        std::vector<uint8_t> pictureBytes;
+        BrxImage picture = record(w, h, BRX_PIXEL_RGB8, pictureBytes, w * 3);
+        for (size_t i = 0; i < pictureBytes.size(); ++i)
+            pictureBytes[i] = uint8_t(60 + i % 7);
+
+        std::vector<uint8_t> cpuBytes = pictureBytes;
+        BrxImage cpu = record(w, h, BRX_PIXEL_RGB8, cpuBytes, w * 3);
+        ASSERT_EQ(QTDImageHelpers::dataColorize(&source, &cpu, c.lo, c.hi, colorLo, colorHi), 1);
+
+        // The source lies upside down beside the picture, as it does in the chain.
+        QTD::PROPERTIES flip;
+        flip.set("image.flip.vert", "1", true);
+        QGLImage sourceTexture(&surface), pictureTexture(&surface);
+        ASSERT_TRUE(sourceTexture.init(&source, &flip));
+        surface.glBindTexture(GL_TEXTURE_2D, sourceTexture.texture());
+        ASSERT_TRUE(sourceTexture.fillGPU(&source));
+        ASSERT_TRUE(pictureTexture.init(&picture, nullptr));
+        surface.glBindTexture(GL_TEXTURE_2D, pictureTexture.texture());
+        ASSERT_TRUE(pictureTexture.fillGPU(&picture));
+
+        std::vector<uint8_t> outBytes;
+        BrxImage out = record(w, h, BRX_PIXEL_RGB8, outBytes, w * 3);
+        QGLImage target(&surface);
+        ASSERT_TRUE(target.init(&out, nullptr));
+        double scale = c.depth == 8 ? 255.0 : 65535.0;
+        surface.glActiveTexture(GL_TEXTURE1);
+        surface.glBindTexture(GL_TEXTURE_2D, sourceTexture.texture());
+        run(target, pictureTexture.texture(), "coloration.v.glsl", "coloration.f.glsl",
+            [&](QOpenGLShaderProgram& p) {
+                p.setUniformValue("colored", 0);
+                p.setUniformValue("source", 1);
+                p.setUniformValue("colorCoef", 1.0f);
+                p.setUniformValue("colorHigh", 1.0f);
+                p.setUniformValue("sourceMono", c.channels == 1 ? 1 : 0);
+                p.setUniformValue("clrLo", QVector3D(1, 0, 0));
+                p.setUniformValue("clrHi", QVector3D(0, 1, 0));
+                p.setUniformValue("thresholds",
+                                  QVector2D((c.lo - 0.5) / scale, (c.hi + 0.5) / scale));
+            });
+        surface.glActiveTexture(GL_TEXTURE1);
+        surface.glBindTexture(GL_TEXTURE_2D, 0);
+        surface.glActiveTexture(GL_TEXTURE0);
+        ASSERT_NE(target.readGPU(&out), nullptr);
+        int marked = 0, differ = 0;
+        for (size_t i = 0; i < outBytes.size(); i += 3) {
+            marked += cpuBytes[i] == 255 || cpuBytes[i + 1] == 255;
+            differ += outBytes[i] != cpuBytes[i] || outBytes[i + 1] != cpuBytes[i + 1] ||
+                      outBytes[i + 2] != cpuBytes[i + 2];
+        }
+        EXPECT_GT(marked, 0);
+        EXPECT_EQ(differ, 0);
     }
 }
 
