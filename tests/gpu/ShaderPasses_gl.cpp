@@ -1,6 +1,7 @@
 // The passes' shaders run on Mesa against the CPU's own arithmetic: the display scale and
 // clip, colour correction against the CPU's level table, Mono10p/Mono12p unpacking against the
-// CPU unpacker, and exposure coloration against the CPU's colorizer.
+// CPU unpacker, exposure coloration against the CPU's colorizer; and demosaicing, which must give
+// back any flat colour on every pattern.
 
 #include "GLTestSupport.h"
 
@@ -327,6 +328,60 @@ TEST_F(ShaderPass, ColorationMarksThePixelsTheCpuMarks) {
         EXPECT_GT(marked, 0);
         EXPECT_EQ(differ, 0);
     }
+}
+
+// A flat colour sampled through each Bayer pattern comes back as that colour: the kernels keep
+// constants, and the pattern decides which site is which colour.
+TEST_F(ShaderPass, DemosaicingGivesBackFlatColourOnEveryPattern) {
+    struct Pattern {
+        unsigned int type;
+        float redX, redY;
+    } const patterns[] = {{BRX_PIXEL_BayerGR8, 1, 0},
+                          {BRX_PIXEL_BayerRG8, 0, 0},
+                          {BRX_PIXEL_BayerBG8, 1, 1},
+                          {BRX_PIXEL_BayerGB8, 0, 1}};
+    int const colours[][3] = {{200, 100, 30}, {10, 240, 128}, {90, 90, 90}};
+    int const w = 24, h = 16;
+    for (auto const& p : patterns)
+        for (auto const& rgb : colours) {
+            SCOPED_TRACE(testing::Message() << std::hex << p.type << std::dec << " " << rgb[0]
+                                            << "," << rgb[1] << "," << rgb[2]);
+            std::vector<uint8_t> mosaic;
+            BrxImage raw = record(w, h, p.type, mosaic, w);
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    bool redRow = (y + int(p.redY)) % 2 == 0;
+                    bool redColumn = (x + int(p.redX)) % 2 == 0;
+                    int channel = redRow == redColumn ? (redRow ? 0 : 2) : 1;
+                    mosaic[y * w + x] = uint8_t(rgb[channel]);
+                }
+            QGLImage input(&surface);
+            ASSERT_TRUE(input.init(&raw, nullptr));
+            surface.glBindTexture(GL_TEXTURE_2D, input.texture());
+            ASSERT_TRUE(input.fillGPU(&raw));
+
+            std::vector<uint8_t> outBytes;
+            BrxImage out = record(w, h, BRX_PIXEL_RGB8, outBytes, w * 3);
+            QGLImage target(&surface);
+            ASSERT_TRUE(target.init(&out, nullptr));
+            run(target, input.texture(), "bayer.mmhc.v.glsl", "bayer.mmhc.f.glsl",
+                [&](QOpenGLShaderProgram& program) {
+                    program.setUniformValue("sourceSize", QVector4D(w, h, 1.0f / w, 1.0f / h));
+                    program.setUniformValue("firstRed", QVector2D(p.redX, p.redY));
+                    program.setUniformValue("flipVert", 0);
+                    program.setUniformValue("colorCoef", 1.0f);
+                    program.setUniformValue("colorHigh", 1.0f);
+                });
+            ASSERT_NE(target.readGPU(&out), nullptr);
+            // The border's neighbours repeat at the edge; the inside must be exact.
+            int worst = 0;
+            for (int y = 2; y < h - 2; ++y)
+                for (int x = 2; x < w - 2; ++x)
+                    for (int c = 0; c < 3; ++c)
+                        worst =
+                            std::max(worst, std::abs(int(outBytes[(y * w + x) * 3 + c]) - rgb[c]));
+            EXPECT_LE(worst, 1);
+        }
 }
 
 } // namespace
