@@ -159,30 +159,6 @@ TEST_F(GLSurface, ErrorWordsNameTheCodeAndInvalidOperationIsLenient) {
     EXPECT_EQ(surface.props.get("error"), "");
 }
 
-TEST(GLSurfaceFormats, TexturesByClassDepthAndOrder) {
-    struct Row {
-        QTD::ClrMode mode;
-        int depth, order;
-        unsigned int internal, format, type;
-    } const rows[] = {
-        {QTD::ClrMono, 8, 0, GL_R8, GL_RED, GL_UNSIGNED_BYTE},
-        {QTD::ClrMono, 12, 0, GL_R16, GL_RED, GL_UNSIGNED_SHORT},
-        {QTD::ClrBayer, 10, 2, GL_R16, GL_RED, GL_UNSIGNED_SHORT},
-        {QTD::ClrTrueSense, 8, 0, GL_R8, GL_RED, GL_UNSIGNED_BYTE},
-        {QTD::ClrRGB, 8, 0, GL_RGB8, GL_RGB, GL_UNSIGNED_BYTE},
-        {QTD::ClrRGB, 16, 1, GL_RGB16, GL_BGR, GL_UNSIGNED_SHORT},
-        {QTD::ClrRGBA, 8, 1, GL_RGBA8, GL_BGRA, GL_UNSIGNED_BYTE},
-        {QTD::ClrRGBA, 16, 0, GL_RGBA16, GL_RGBA, GL_UNSIGNED_SHORT},
-        {QTD::ClrYUV, 8, 0, 0, 0, GL_UNSIGNED_BYTE},
-    };
-    for (auto const& r : rows) {
-        QTD::PixelFormat f(r.mode, r.depth, r.order);
-        EXPECT_EQ(QGLSurface::getFormat(f, true), r.internal) << r.mode << "/" << r.depth;
-        EXPECT_EQ(QGLSurface::getFormat(f, false), r.format) << r.mode << "/" << r.depth;
-        EXPECT_EQ(QGLSurface::getType(f), r.type) << r.mode << "/" << r.depth;
-    }
-}
-
 // Drawing maps surface coordinates (y down) through the area onto GL's (y up): a filled
 // rectangle lands where the surface says, seen in the back buffer.
 TEST_F(GLSurface, FillRectLandsAtSurfaceCoordinates) {
