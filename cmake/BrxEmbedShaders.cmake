@@ -1,0 +1,21 @@
+# Writes the shader texts of the GPU path into one header, each as a raw string literal, so that
+# the library carries them with nothing to load or initialise at run time.
+#   cmake -DOUTPUT=<header> -DSHADERS="<file>;<file>..." -P BrxEmbedShaders.cmake
+set(text "// Generated from src/gpu/shaders; edit those files instead.\n#pragma once\n\n")
+string(APPEND text "namespace QTD {\nnamespace ShaderTexts {\n")
+set(index 0)
+foreach(file ${SHADERS})
+    get_filename_component(name ${file} NAME)
+    file(READ ${file} body)
+    string(FIND "${body}" ")glsl\"" clash)
+    if(NOT clash EQUAL -1)
+        message(FATAL_ERROR "${file} holds the raw string's closing sequence")
+    endif()
+    string(APPEND text "inline char const NAME_${index}[] = \"${name}\";\n")
+    string(APPEND text "inline char const TEXT_${index}[] = R\"glsl(${body})glsl\";\n")
+    math(EXPR index "${index} + 1")
+endforeach()
+string(APPEND text "inline constexpr int COUNT = ${index};\n")
+string(APPEND text "} // namespace ShaderTexts\n} // namespace QTD\n")
+file(WRITE ${OUTPUT}.tmp "${text}")
+file(COPY_FILE ${OUTPUT}.tmp ${OUTPUT} ONLY_IF_DIFFERENT)

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "gpu/QGLSurface.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <memory>
+
+namespace GLTest {
+
+// A shown window with a surface on it, its context current for the test's body.
+class OnContext : public ::testing::Test {
+protected:
+    void SetUp() override {
+        window = std::make_unique<QWindow>();
+        window->setSurfaceType(QSurface::OpenGLSurface);
+        window->resize(320, 240);
+        window->show();
+        QGuiApplication::processEvents();
+        QTD::PROPERTIES props;
+        props.set("window", QTD::ATTR(static_cast<void*>(window.get())), true);
+        ASSERT_TRUE(surface.init(&props)) << surface.props.text(false);
+        // Mesa's driver stays loaded to the end: unloaded, the blocks it still points at would
+        // read as leaks of an unknown module.
+        static void* const driver = dlopen("/usr/lib/x86_64-linux-gnu/dri/swrast_dri.so",
+                                           RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+        (void)driver;
+        ASSERT_TRUE(surface.begin(nullptr));
+    }
+
+    void TearDown() override {
+        surface.end();
+        surface.shut();
+    }
+
+    // Drains the error flag so that a test sees only its own.
+    void clearErrors() {
+        while (surface.glGetError() != GL_NO_ERROR) {
+        }
+    }
+
+    std::unique_ptr<QWindow> window;
+    QGLSurface surface;
+};
+
+} // namespace GLTest

@@ -1,0 +1,343 @@
+// Render targets and input textures on Mesa: pixels up and back exact at every depth and
+// stride, the caller's buffer untouched, the flipped target bottom-up, and the display shader's
+// scale against the CPU's shift.
+
+#include "GLTestSupport.h"
+
+#include "gpu/QGLImage.h"
+#include "gpu/QGLTexture.h"
+#include "image/QTDImageHelpers.h"
+
+#include <brx/BrxPixelTypes.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+using GLTest::OnContext;
+
+namespace {
+
+// An image over a buffer of its own, with `pad` bytes after each row.
+struct Pixels {
+    Pixels(int w, int h, unsigned int type, int pad = 0) {
+        QTDImageHelpers::imageCreateFormat(&record, w, h, type);
+        pixelBytes = int(record.bitsPerPixel / 8);
+        record.stride = uint32_t(w * pixelBytes + pad);
+        record.imageSize = record.stride * uint32_t(h);
+        bytes.assign(record.imageSize, 0xEE);
+        record.imageData = bytes.data();
+    }
+
+    // Deterministic values within the depth, different on every pixel and channel.
+    void fill(int depth) {
+        uint32_t seed = 12345;
+        for (uint32_t y = 0; y < record.height; ++y)
+            for (uint32_t x = 0; x < samplesPerRow(); ++x) {
+                seed = seed * 1103515245u + 12345u;
+                uint32_t v = (seed >> 8) & ((1u << depth) - 1);
+                set(x, y, v);
+            }
+    }
+
+    bool deep() const { return pixelBytes / int(record.channels) == 2; }
+
+    uint32_t at(uint32_t sample, uint32_t y) const {
+        uint8_t const* row = bytes.data() + size_t(y) * record.stride;
+        if (deep()) {
+            uint16_t v;
+            std::memcpy(&v, row + 2 * sample, 2);
+            return v;
+        }
+        return row[sample];
+    }
+    void set(uint32_t sample, uint32_t y, uint32_t v) {
+        uint8_t* row = bytes.data() + size_t(y) * record.stride;
+        if (deep()) {
+            uint16_t s = uint16_t(v);
+            std::memcpy(row + 2 * sample, &s, 2);
+        } else {
+            row[sample] = uint8_t(v);
+        }
+    }
+    uint32_t samplesPerRow() const { return record.width * record.channels; }
+
+    BrxImage record{};
+    std::vector<uint8_t> bytes;
+    int pixelBytes = 0;
+};
+
+// Rows of `b` against rows of `a`, row r of b against row map(r) of a; count of differences.
+template <typename Map> int differences(Pixels const& a, Pixels const& b, Map map) {
+    int bad = 0;
+    for (uint32_t y = 0; y < b.record.height; ++y)
+        for (uint32_t s = 0; s < b.samplesPerRow(); ++s)
+            bad += a.at(s, map(y)) != b.at(s, y);
+    return bad;
+}
+
+class GLImage : public OnContext {
+protected:
+    // A target for `source`, filled from it the way a stage does.
+    std::unique_ptr<QGLImage> upload(Pixels& source, QTD::PROPERTIES* props = nullptr) {
+        auto target = std::make_unique<QGLImage>(&surface);
+        EXPECT_TRUE(target->init(&source.record, props)) << surface.props.get("error");
+        surface.glBindTexture(GL_TEXTURE_2D, target->texture());
+        EXPECT_TRUE(target->fillGPU(&source.record));
+        surface.glBindTexture(GL_TEXTURE_2D, 0);
+        return target;
+    }
+};
+
+struct Format {
+    unsigned int type;
+    int depth;
+    char const* name;
+};
+
+Format const FORMATS[] = {
+    {BRX_PIXEL_Mono8, 8, "Mono8"},    {BRX_PIXEL_Mono10, 10, "Mono10"},
+    {BRX_PIXEL_Mono12, 12, "Mono12"}, {BRX_PIXEL_Mono16, 16, "Mono16"},
+    {BRX_PIXEL_RGB8, 8, "RGB8"},      {BRX_PIXEL_BGR8, 8, "BGR8"},
+    {BRX_PIXEL_RGB12, 12, "RGB12"},   {BRX_PIXEL_RGB16, 16, "RGB16"},
+};
+
+// Odd widths, and strides that are whole pixels (GL's row length) or not (the copied rows).
+TEST_F(GLImage, FillAndReadRoundTripExactAtEveryDepthWidthAndStride) {
+    for (auto const& f : FORMATS)
+        for (int w : {1, 7, 101, 333})
+            for (int pad : {0, 3, 8}) {
+                SCOPED_TRACE(testing::Message() << f.name << " w=" << w << " pad=" << pad);
+                Pixels source(w, 9, f.type, pad);
+                source.fill(f.depth);
+                std::vector<uint8_t> before = source.bytes;
+                auto target = upload(source);
+                EXPECT_EQ(source.bytes, before) << "the caller's buffer changed";
+                for (int readPad : {0, 5, 6}) {
+                    Pixels back(w, 9, f.type, readPad);
+                    ASSERT_EQ(target->readGPU(&back.record), back.record.imageData);
+                    EXPECT_EQ(differences(source, back, [](uint32_t y) { return y; }), 0)
+                        << "read pad " << readPad;
+                }
+                // Its own record comes back too.
+                ASSERT_NE(target->readGPU(nullptr), nullptr);
+                EXPECT_EQ(target->image()->orientation, 0u);
+                EXPECT_EQ(surface.checkError("round trip", true, true), 0);
+            }
+}
+
+// The flipped target stores the picture bottom-up and says so; the source keeps its rows.
+TEST_F(GLImage, FlippedTargetHoldsRowsBottomUpAndLeavesTheSourceAlone) {
+    for (auto const& f : {FORMATS[0], FORMATS[2], FORMATS[4], FORMATS[7]}) {
+        SCOPED_TRACE(f.name);
+        Pixels source(13, 6, f.type, 2);
+        // One marked row, the first, on black.
+        std::fill(source.bytes.begin(), source.bytes.end(), 0);
+        for (uint32_t s = 0; s < source.samplesPerRow(); ++s)
+            source.set(s, 0, (1u << f.depth) - 1);
+        std::vector<uint8_t> before = source.bytes;
+        QTD::PROPERTIES flip;
+        flip.set("image.flip.vert", "1", true);
+        auto target = upload(source, &flip);
+        EXPECT_EQ(source.bytes, before);
+        EXPECT_EQ(target->image()->orientation, 1u);
+        Pixels back(13, 6, f.type);
+        ASSERT_NE(target->readGPU(&back.record), nullptr);
+        EXPECT_EQ(differences(source, back, [](uint32_t y) { return 5 - y; }), 0);
+        EXPECT_EQ(back.at(0, 5), (1u << f.depth) - 1);
+        EXPECT_EQ(back.at(0, 0), 0u);
+
+        // A bottom-up source flipped again is top-down.
+        source.record.orientation = 1;
+        auto twice = std::make_unique<QGLImage>(&surface);
+        ASSERT_TRUE(twice->init(&source.record, &flip));
+        EXPECT_EQ(twice->image()->orientation, 0u);
+    }
+}
+
+// The display program's coefficient by depth: the automatic one, a 0 that means automatic,
+// and 1 without parameters.
+TEST_F(GLImage, ProgramCoefficientByDepth) {
+    struct Row {
+        unsigned int type;
+        float coef;
+    } const rows[] = {{BRX_PIXEL_Mono8, 1},  {BRX_PIXEL_Mono10, 64}, {BRX_PIXEL_Mono12, 16},
+                      {BRX_PIXEL_Mono14, 4}, {BRX_PIXEL_Mono16, 1},  {BRX_PIXEL_RGB10, 64}};
+    for (auto const& r : rows) {
+        Pixels source(4, 4, r.type);
+        QGLImage target(&surface);
+        ASSERT_TRUE(target.init(&source.record, nullptr));
+        auto coefficient = [&](bool useParameters, QTD::PROPERTIES* props) {
+            unsigned int program = target.programBegin(useParameters, props);
+            EXPECT_NE(program, 0u);
+            GLfloat value = -1;
+            surface.glGetUniformfv(program, surface.glGetUniformLocation(program, "colorCoef"),
+                                   &value);
+            target.programEnd();
+            return value;
+        };
+        EXPECT_FLOAT_EQ(coefficient(true, nullptr), r.coef) << std::hex << r.type;
+        EXPECT_FLOAT_EQ(coefficient(false, nullptr), 1.0f);
+        QTD::PROPERTIES zero;
+        zero.set("image.color.coef", "0", true);
+        EXPECT_FLOAT_EQ(coefficient(true, &zero), r.coef);
+        QTD::PROPERTIES given;
+        given.set("image.color.coef", "2.5", true);
+        EXPECT_FLOAT_EQ(coefficient(true, &given), 2.5f);
+    }
+}
+
+// Mono12 through the display shader into an RGB8 target: the CPU's v >> 4 within 1, on all
+// three channels.
+TEST_F(GLImage, DisplayShaderScalesMono12ToRGB8LikeTheCPU) {
+    Pixels source(37, 11, BRX_PIXEL_Mono12, 2);
+    source.fill(12);
+    auto deep = upload(source);
+    Pixels frame(37, 11, BRX_PIXEL_RGB8);
+    QGLImage display(&surface);
+    ASSERT_TRUE(display.init(&frame.record, nullptr));
+    QTD::PROPERTIES props;
+    props.set("image.color.coef", "16", true);
+    props.set("image.color.mono", "1", true);
+    ASSERT_TRUE(display.fillGPU(deep->texture(), &props));
+    Pixels shown(37, 11, BRX_PIXEL_RGB8);
+    ASSERT_NE(display.readGPU(&shown.record), nullptr);
+    int worst = 0;
+    for (uint32_t y = 0; y < 11; ++y)
+        for (uint32_t x = 0; x < 37; ++x)
+            for (uint32_t c = 0; c < 3; ++c)
+                worst = std::max(worst,
+                                 std::abs(int(shown.at(x * 3 + c, y)) - int(source.at(x, y) >> 4)));
+    EXPECT_LE(worst, 1);
+}
+
+// An input texture filled from memory and copied unscaled into a target comes back exact.
+TEST_F(GLImage, TextureFillCopiedThroughTheProgramIsExact) {
+    for (auto const& f : FORMATS) {
+        SCOPED_TRACE(f.name);
+        Pixels source(29, 7, f.type, 4);
+        source.fill(f.depth);
+        QGLTexture input(&surface);
+        ASSERT_TRUE(input.init(&source.record, nullptr));
+        ASSERT_TRUE(input.fill(&source.record));
+        QGLImage target(&surface);
+        ASSERT_TRUE(target.init(&source.record, nullptr));
+        QTD::PROPERTIES unscaled;
+        unscaled.set("image.color.coef", "1", true);
+        ASSERT_TRUE(target.fillGPU(input.texture(), &unscaled));
+        Pixels back(29, 7, f.type);
+        ASSERT_NE(target.readGPU(&back.record), nullptr);
+        EXPECT_EQ(differences(source, back, [](uint32_t y) { return y; }), 0);
+    }
+}
+
+TEST_F(GLImage, RefusalsChangeNothing) {
+    Pixels source(16, 8, BRX_PIXEL_Mono8);
+    source.fill(8);
+    auto target = upload(source);
+    Pixels other(16, 9, BRX_PIXEL_Mono8);
+    other.fill(8);
+    std::vector<uint8_t> before = other.bytes;
+    EXPECT_FALSE(target->fillGPU(&other.record));
+    EXPECT_EQ(other.bytes, before);
+    Pixels back(16, 8, BRX_PIXEL_Mono8);
+    ASSERT_NE(target->readGPU(&back.record), nullptr);
+    EXPECT_EQ(differences(source, back, [](uint32_t y) { return y; }), 0);
+
+    // Bayer and four-channel targets are not read.
+    Pixels bayer(16, 8, BRX_PIXEL_BayerRG8);
+    EXPECT_EQ(target->readGPU(&bayer.record), nullptr);
+    Pixels rgba(16, 8, BRX_PIXEL_RGBa8);
+    EXPECT_EQ(target->readGPU(&rgba.record), nullptr);
+    // A target whose declared size cannot hold the rows is not written.
+    Pixels shortOne(16, 8, BRX_PIXEL_Mono8);
+    shortOne.record.imageSize -= 1;
+    EXPECT_EQ(target->readGPU(&shortOne.record), nullptr);
+    EXPECT_FALSE(target->fillGPU(0u, nullptr));
+
+    // No GL format for YUV: the framebuffer is incomplete and init says so.
+    Pixels yuv(16, 8, BRX_PIXEL_YUV422_8_UYVY);
+    QGLImage noFormat(&surface);
+    EXPECT_FALSE(noFormat.init(&yuv.record, nullptr));
+    EXPECT_FALSE(noFormat.isReady());
+    clearErrors();
+
+    EXPECT_EQ(QGLImage::GetTexture(&source.record), 0u);
+    EXPECT_EQ(QGLImage::GetTexture(target->image()), target->texture());
+    EXPECT_EQ(QGLImage::GetTexture(nullptr), 0u);
+}
+
+TEST_F(GLImage, SizeLimitsFromTheSurface) {
+    surface.props.set("gl.renderbuffer", "64", true);
+    surface.props.set("gl.texture", "64", true);
+    for (int w : {64, 65}) {
+        Pixels source(w, 4, BRX_PIXEL_Mono8);
+        QGLImage target(&surface);
+        EXPECT_EQ(target.init(&source.record, nullptr), w == 64) << w;
+        QGLTexture input(&surface);
+        EXPECT_EQ(input.init(&source.record, nullptr), w == 64) << w;
+    }
+}
+
+TEST_F(GLImage, AdoptedTexturesAreNotDeleted) {
+    GLuint foreign = 0;
+    surface.glGenTextures(1, &foreign);
+    surface.glBindTexture(GL_TEXTURE_2D, foreign);
+    surface.glBindTexture(GL_TEXTURE_2D, 0);
+    {
+        QGLTexture adopted(&surface);
+        QTD::PROPERTIES props;
+        props.set("texture", QTD::ATTR::format("%u", foreign), true);
+        Pixels source(8, 8, BRX_PIXEL_Mono8);
+        ASSERT_TRUE(adopted.init(&source.record, &props));
+        EXPECT_EQ(adopted.texture(), foreign);
+    }
+    EXPECT_TRUE(surface.glIsTexture(foreign));
+
+    Pixels source(8, 8, BRX_PIXEL_Mono8);
+    QGLTexture own(&surface);
+    ASSERT_TRUE(own.init(&source.record, nullptr));
+    GLuint first = own.texture();
+    own.texture(foreign);
+    EXPECT_FALSE(surface.glIsTexture(first));
+    own.texture(foreign);
+    own.shut();
+    EXPECT_TRUE(surface.glIsTexture(foreign));
+    surface.glDeleteTextures(1, &foreign);
+}
+
+// GL objects are made and deleted only with the surface's context current; a target that
+// outlives its context drops its names without touching GL.
+TEST_F(GLImage, NothingIsMadeOrDeletedWithoutTheContext) {
+    Pixels source(8, 8, BRX_PIXEL_Mono8);
+    surface.end();
+    QGLImage early(&surface);
+    EXPECT_FALSE(early.init(&source.record, nullptr));
+    QGLTexture earlyTexture(&surface);
+    EXPECT_FALSE(earlyTexture.init(&source.record, nullptr));
+    ASSERT_TRUE(surface.begin(nullptr));
+
+    auto target = std::make_unique<QGLImage>(&surface);
+    ASSERT_TRUE(target->init(&source.record, nullptr));
+    auto input = std::make_unique<QGLTexture>(&surface);
+    ASSERT_TRUE(input->init(&source.record, nullptr));
+    GLuint texture = target->texture();
+    surface.end();
+    target->shut();
+    input->shut();
+    EXPECT_EQ(target->texture(), 0u);
+    ASSERT_TRUE(surface.begin(nullptr));
+    EXPECT_TRUE(surface.glIsTexture(texture)) << "deleted without its context";
+    surface.glDeleteTextures(1, &texture);
+
+    target = std::make_unique<QGLImage>(&surface);
+    ASSERT_TRUE(target->init(&source.record, nullptr));
+    surface.end();
+    surface.shut();
+    target.reset();
+}
+
+} // namespace

@@ -1,0 +1,101 @@
+// GL text lands where the memory surface burns the same text, glyph for glyph.
+
+#include "GLTestSupport.h"
+
+#include "cpu/MEMSurface.h"
+#include "gpu/QGLSurfaceText.h"
+#include "image/QTDImageHelpers.h"
+
+#include <brx/BrxPixelTypes.h>
+
+#include <algorithm>
+#include <climits>
+#include <functional>
+#include <vector>
+
+using GLTest::OnContext;
+
+namespace {
+
+struct Box {
+    int left = INT_MAX, top = INT_MAX, right = -1, bottom = -1;
+    int lit = 0;
+    void add(int x, int y) {
+        left = std::min(left, x);
+        top = std::min(top, y);
+        right = std::max(right, x);
+        bottom = std::max(bottom, y);
+        ++lit;
+    }
+};
+
+Box inkBox(int w, int h, std::function<int(int, int)> const& value) {
+    Box box;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            if (value(x, y) > 0)
+                box.add(x, y);
+    return box;
+}
+
+class GLText : public OnContext {
+protected:
+    // The text in white on black, as window pixels, y down.
+    Box onGL(char const* text, int x, int y, char const* font) {
+        surface.setViewport(0, 0);
+        surface.glClearColor(0, 0, 0, 1);
+        surface.glClear(GL_COLOR_BUFFER_BIT);
+        QTD::RgbColor white(255, 255, 255);
+        surface.text(text, x, y, font, &white);
+        EXPECT_EQ(surface.mode, 0);
+        std::vector<unsigned char> rgba(320 * 240 * 4);
+        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+        return inkBox(320, 240, [&](int px, int py) { return rgba[((239 - py) * 320 + px) * 4]; });
+    }
+
+    Box inMemory(char const* text, int x, int y, char const* font) {
+        std::unique_ptr<BrxImage, QTDImageHelpers::ImageDeleter> image(
+            QTDImageHelpers::imageCreateImage(nullptr, 320, 240, BRX_PIXEL_Mono8));
+        MEMSurface memory;
+        EXPECT_TRUE(memory.init(nullptr));
+        QTD::PROPERTIES frame;
+        frame.set("image", QTD::ATTR(static_cast<void*>(image.get())), true);
+        EXPECT_TRUE(memory.begin(&frame));
+        QTD::RgbColor white(255, 255, 255);
+        memory.text(text, x, y, font, &white);
+        memory.end();
+        auto* pixels = static_cast<unsigned char*>(image->imageData);
+        return inkBox(320, 240,
+                      [&](int px, int py) { return pixels[size_t(py) * image->stride + px]; });
+    }
+};
+
+TEST_F(GLText, LandsWhereTheMemorySurfacesTextLands) {
+    struct Case {
+        char const* text;
+        int x, y;
+        char const* font;
+    } const cases[] = {
+        {"Hello, gl 42", 20, 30, "default"},
+        {"Ag|jy", 150, 100, "large"},
+        {"fixed\twidth", 5, 200, "fixed"},
+        {"two\nlines", 60, 60, "bold"},
+        {"edge", 0, 0, "medium"},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.text);
+        Box gl = onGL(c.text, c.x, c.y, c.font);
+        Box mem = inMemory(c.text, c.x, c.y, c.font);
+        ASSERT_GT(mem.lit, 10);
+        EXPECT_NEAR(gl.left, mem.left, 1);
+        EXPECT_NEAR(gl.right, mem.right, 1);
+        EXPECT_NEAR(gl.top, mem.top, 1);
+        EXPECT_NEAR(gl.bottom, mem.bottom, 1);
+        // Every pixel a glyph covers at all: blended on GL, painted whole in memory.
+        EXPECT_NEAR(gl.lit, mem.lit, mem.lit / 50 + 2);
+    }
+    EXPECT_EQ(surface.checkError("text", true, true), 0);
+}
+
+} // namespace
