@@ -1,13 +1,12 @@
 #pragma once
 
 #include "gpu/QGLSurface.h"
+#include "support/GraphicsDriver.h"
 
 #include <QGuiApplication>
 #include <QWindow>
 
 #include <gtest/gtest.h>
-
-#include <dlfcn.h>
 
 #include <memory>
 
@@ -25,11 +24,9 @@ protected:
         QTD::PROPERTIES props;
         props.set("window", QTD::ATTR(static_cast<void*>(window.get())), true);
         ASSERT_TRUE(surface.init(&props)) << surface.props.text(false);
-        // Mesa's driver stays loaded to the end: unloaded, the blocks it still points at would
-        // read as leaks of an unknown module.
-        static void* const driver = dlopen("/usr/lib/x86_64-linux-gnu/dri/swrast_dri.so",
-                                           RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-        (void)driver;
+        // From its first context on: a driver unloaded between tests would leave its blocks
+        // looking lost.
+        BrxTest::keepGraphicsDriversLoaded();
         ASSERT_TRUE(surface.begin(nullptr));
     }
 

@@ -1,6 +1,8 @@
 // Leaks that Qt's platform plugins leave at exit are not ours (read by LeakSanitizer, when built
 // with it).
 
+#include "support/GraphicsDriver.h"
+
 #include <dlfcn.h>
 #include <link.h>
 
@@ -18,8 +20,6 @@ extern "C" const char* __lsan_default_suppressions() {
 
 namespace BrxTest {
 
-// Qt unloads Mesa's GL driver at exit, before the leak check runs: what the driver still holds
-// then looks lost. Kept loaded, it stays reachable.
 void keepGraphicsDriversLoaded() {
     dl_iterate_phdr(
         [](dl_phdr_info* info, size_t, void*) {

@@ -1,11 +1,9 @@
+#include "support/GraphicsDriver.h"
+
 #include <QApplication>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-
-namespace BrxTest {
-void keepGraphicsDriversLoaded();
-}
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
