@@ -196,15 +196,7 @@ void CPUSurface::rect(int x, int y, int w, int h, QTD::RgbColor* color, int widt
 void CPUSurface::fillRect(int x, int y, int w, int h, QTD::RgbColor* color) {
     if (!painter)
         return;
-    QTD::RgbColor fill(0, 0, 0, 0, 256);
-    if (color) {
-        fill = *color;
-    } else {
-        auto copy = colors;
-        auto found = copy.find("fill");
-        if (found != copy.end())
-            fill = found->second;
-    }
+    const QTD::RgbColor fill = fillColor(color);
     if (x == -1)
         x = 0;
     if (y == -1)

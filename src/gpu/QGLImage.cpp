@@ -65,17 +65,8 @@ bool QGLImage::init(BrxImage* image, QTD::PROPERTIES* p) {
 
     GLint filter = settings.get("filter", "9728").as<int>();
     GLenum internal = QGLSurface::getFormat(format, true);
-    surface->glGenTextures(1, &textureID);
-    surface->glActiveTexture(GL_TEXTURE0);
-    surface->glBindTexture(GL_TEXTURE_2D, textureID);
-    surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
-    surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
-    surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP);
-    surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP);
-    surface->glTexImage2D(GL_TEXTURE_2D, 0, GLint(internal), w, h, 0,
-                          QGLSurface::getFormat(format, false), QGLSurface::getType(format),
-                          nullptr);
-    surface->glBindTexture(GL_TEXTURE_2D, 0);
+    textureID = surface->newTexture(w, h, nullptr, QGLSurface::getFormat(format, false),
+                                    GLint(internal), filter, QGLSurface::getType(format));
 
     surface->glGenFramebuffers(1, &framebufferID);
     surface->glGenRenderbuffers(1, &renderbufferID);

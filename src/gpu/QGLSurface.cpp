@@ -269,15 +269,7 @@ void QGLSurface::rect(int x, int y, int w, int h, QTD::RgbColor* color, int line
 }
 
 void QGLSurface::fillRect(int x, int y, int w, int h, QTD::RgbColor* color) {
-    QTD::RgbColor fill(0, 0, 0, 0, 256);
-    if (color) {
-        fill = *color;
-    } else {
-        auto copy = colors;
-        auto found = copy.find("fill");
-        if (found != copy.end())
-            fill = found->second;
-    }
+    const QTD::RgbColor fill = fillColor(color);
     x = x == -1 ? 0 : x;
     y = y == -1 ? 0 : y;
     w = w == -1 ? width : w;
@@ -459,8 +451,14 @@ unsigned int QGLSurface::makeProgram(unsigned int vertex, unsigned int fragment)
 
 void QGLSurface::makeTexture(int w, int h, void* data, int format, int internal, int filter,
                              int type) {
+    newTexture(w, h, data, GLenum(format), internal, filter, GLenum(type));
+}
+
+GLuint QGLSurface::newTexture(int w, int h, void const* data, GLenum format, GLint internal,
+                              GLint filter, GLenum type) {
     GLuint texture = 0;
     glGenTextures(1, &texture);
+    glActiveTexture(GL_TEXTURE0);
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
@@ -468,6 +466,7 @@ void QGLSurface::makeTexture(int w, int h, void* data, int format, int internal,
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP);
     glTexImage2D(GL_TEXTURE_2D, 0, internal, w, h, 0, format, type, data);
     glBindTexture(GL_TEXTURE_2D, 0);
+    return texture;
 }
 
 unsigned int QGLSurface::getFormat(QTD::PixelFormat& format, bool internal) {

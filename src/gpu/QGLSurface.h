@@ -41,6 +41,10 @@ public:
     unsigned int makeShader(unsigned int type, char const* text);
     unsigned int makeProgram(unsigned int vertex, unsigned int fragment);
     void makeTexture(int w, int h, void* data, int format, int internal, int filter, int type);
+    // A texture of the given storage with the clamped, unmipmapped sampling every pass uses;
+    // its name, left unbound.
+    GLuint newTexture(int w, int h, void const* data, GLenum format, GLint internal, GLint filter,
+                      GLenum type);
     int setViewport(int w, int h);
     static unsigned int getFormat(QTD::PixelFormat& format, bool internal);
     static unsigned int getType(QTD::PixelFormat& format);

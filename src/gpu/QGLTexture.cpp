@@ -58,17 +58,9 @@ bool QGLTexture::create(char const* where) {
         textureID = adopted.as<unsigned int>();
     } else {
         GLint filter = props.get("filter", "9728").as<int>();
-        surface->glGenTextures(1, &textureID);
-        surface->glActiveTexture(GL_TEXTURE0);
-        surface->glBindTexture(GL_TEXTURE_2D, textureID);
-        surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
-        surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
-        surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP);
-        surface->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP);
-        surface->glTexImage2D(GL_TEXTURE_2D, 0, GLint(QGLSurface::getFormat(pixelFormat, true)), w,
-                              h, 0, QGLSurface::getFormat(pixelFormat, false),
-                              QGLSurface::getType(pixelFormat), nullptr);
-        surface->glBindTexture(GL_TEXTURE_2D, 0);
+        textureID = surface->newTexture(w, h, nullptr, QGLSurface::getFormat(pixelFormat, false),
+                                        GLint(QGLSurface::getFormat(pixelFormat, true)), filter,
+                                        QGLSurface::getType(pixelFormat));
     }
     checkStatus(where);
     return true;

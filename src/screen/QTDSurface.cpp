@@ -73,6 +73,13 @@ QTD::ATTR QTDSurface::descriptor(QTD::ATTR name) {
     return QTD::ATTR::format("%s (size=%s; area=%s)", name.c_str(), size.c_str(), areaText.c_str());
 }
 
+QTD::RgbColor QTDSurface::fillColor(QTD::RgbColor const* given) const {
+    if (given)
+        return *given;
+    auto found = colors.find("fill");
+    return found != colors.end() ? found->second : QTD::RgbColor(0, 0, 0, 0, 256);
+}
+
 void QTDSurface::polyLine(QTD::TPAIRS<int>&, QTD::RgbColor*, int, int) {}
 
 void QTDSurface::line(int x1, int y1, int x2, int y2, QTD::RgbColor* color, int width, int style) {

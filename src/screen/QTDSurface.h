@@ -56,6 +56,8 @@ public:
     virtual int checkError(char const* site, bool report, bool strict);
 
     QTD::SurfaceText* textObject() const { return textHandler; }
+    // `given`, or without one the surface's "fill" colour, black if it has none.
+    QTD::RgbColor fillColor(QTD::RgbColor const* given) const;
 
     // Free for the backend: the GL surface keeps its last status word here.
     int32_t mode = 0;
