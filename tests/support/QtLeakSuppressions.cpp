@@ -1,7 +1,7 @@
 // Leaks that Qt's platform plugins leave at exit are not ours (read by LeakSanitizer, when built
 // with it).
 
-#include "support/GraphicsDriver.h"
+#include "GraphicsDriver.h"
 
 #include <dlfcn.h>
 #include <link.h>

@@ -1,4 +1,4 @@
-#include "support/GraphicsDriver.h"
+#include "GraphicsDriver.h"
 
 #include <QApplication>
 #include <gtest/gtest.h>
