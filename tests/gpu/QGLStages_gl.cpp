@@ -6,10 +6,12 @@
 #include "cpu/CPUIPColorCorrection.h"
 #include "cpu/CPUIPExposureColoration.h"
 #include "cpu/CPUIPImage.h"
+#include "cpu/CPUIPImageOverlay.h"
 #include "gpu/QGLColorCorrection.h"
 #include "gpu/QGLIPColorCorrection.h"
 #include "gpu/QGLIPExposureColoration.h"
 #include "gpu/QGLIPImage.h"
+#include "gpu/QGLIPImageOverlay.h"
 #include "gpu/QGLShaders.h"
 #include "image/QTDImageHelpers.h"
 
@@ -17,6 +19,8 @@
 #include <brx/BrxImgProcessingChain.h>
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -317,6 +321,58 @@ INSTANTIATE_TEST_SUITE_P(Formats, ColorationStage,
                                                           PixelType::RGB8, PixelType::RGB12),
                                           testing::ValuesIn(Sizes)));
 
+// The box of the pixels that differ between two images of one size, as x0, y0, x1, y1.
+std::array<int, 4> changedBox(BrxImage* a, BrxImage* b) {
+    std::array<int, 4> box{INT32_MAX, INT32_MAX, -1, -1};
+    for (uint32_t y = 0; y < a->height; ++y)
+        for (uint32_t x = 0; x < a->width * a->channels; ++x)
+            if (static_cast<uint8_t*>(a->imageData)[y * a->stride + x] !=
+                static_cast<uint8_t*>(b->imageData)[y * b->stride + x]) {
+                int px = int(x / a->channels);
+                box = {std::min(box[0], px), std::min(box[1], int(y)), std::max(box[2], px),
+                       std::max(box[3], int(y))};
+            }
+    return box;
+}
+
+// Without objects the image is copied as it is; text stands where the CPU burns it, within a
+// pixel, on mono and colour, placed by position and by rule.
+TEST_F(GLStage, OverlayDrawsTextWhereTheCpuBurnsIt) {
+    struct Case {
+        uint32_t type;
+        char const *x, *y, *colour;
+    } const cases[] = {{PixelType::Mono8, "10", "12", "16777215"},
+                       {PixelType::RGB8, "3", "-1", "255"},
+                       {PixelType::RGB8, "20", "4", "65280"}};
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.x);
+        Frame image(97, 48, c.type, 3);
+        std::fill(image.bytes.begin(), image.bytes.end(), uint8_t(90));
+        Frame burnt(image);
+        Stage<CPUIPImageOverlay> cpu(new CPUIPImageOverlay(nullptr));
+        Stage<QGLIPImageOverlay> gpu(new QGLIPImageOverlay(&controller));
+        ASSERT_EQ(cpu->Init(burnt.get(), nullptr), 0u);
+        ASSERT_EQ(gpu->Init(image.get(), nullptr), 0u);
+        ASSERT_EQ(gpu->ProcessImage(image.get(), nullptr, nullptr), 0u);
+        ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
+        EXPECT_EQ(worst(gpu->Output(), image.get()), 0);
+
+        std::map<std::string, std::string> params{
+            {"text.text", "HX"}, {"text.pos.x", c.x}, {"text.pos.y", c.y}, {"text.clr", c.colour}};
+        auto same = params;
+        ASSERT_TRUE(cpu->RunCommandParams("cmd.text.add", &params));
+        ASSERT_TRUE(gpu->RunCommandParams("cmd.text.add", &same));
+        ASSERT_EQ(cpu->ProcessImage(burnt.get(), nullptr, nullptr), 0u);
+        ASSERT_EQ(gpu->ProcessImage(image.get(), nullptr, nullptr), 0u);
+        ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
+        auto cpuBox = changedBox(burnt.get(), image.get());
+        auto gpuBox = changedBox(gpu->Output(), image.get());
+        ASSERT_GE(cpuBox[2], 0);
+        for (int k = 0; k < 4; ++k)
+            EXPECT_NEAR(gpuBox[k], cpuBox[k], 1) << k;
+    }
+}
+
 // A correction pass whose fragment shader does not compile.
 class BrokenCorrection : public RenderObjects::QGLColorCorrection {
 public:
@@ -345,6 +401,7 @@ TEST_F(GLStage, RefusalsAndTheirCodes) {
     } const kinds[] = {
         {"image", [](BrxDisplayProcessor* d) { return new QGLIPImage(d); }},
         {"correction", [](BrxDisplayProcessor* d) { return new QGLIPColorCorrection(d); }},
+        {"overlay", [](BrxDisplayProcessor* d) { return new QGLIPImageOverlay(d); }},
         {"coloration",
          [&](BrxDisplayProcessor* d) { return new QGLIPExposureColoration(d, &noSource); }},
     };
