@@ -16,9 +16,8 @@ bool QGLColorCorrection::init(BrxImage* image, QTD::PROPERTIES* p) {
     if (!image)
         return false;
     std::lock_guard<QTD::RMutex> lock(mutex);
-    if (!prepare(image, p, image->pixelType, target))
+    if (!prepare(image, p, target, inputFormat))
         return false;
-    inputFormat.setTypeID(image->pixelType);
     return link(VERT_SHADER, QTD::loadShader(VERT_SHADER), FRAG_SHADER,
                 QTD::loadShader(FRAG_SHADER),
                 {"source", "flipVert", "colorCoef", "colorHigh", "debugMode", "debugOutput", "offs",

@@ -24,9 +24,8 @@ bool QGLExposureColoration::init(BrxImage* image, QTD::PROPERTIES* p) {
     if (!image)
         return false;
     std::lock_guard<QTD::RMutex> lock(mutex);
-    if (!prepare(image, p, image->pixelType, target))
+    if (!prepare(image, p, target, inputFormat))
         return false;
-    inputFormat.setTypeID(image->pixelType);
     colorLow = props.get("clrLo", "0").as<unsigned int>();
     colorHigh = props.get("clrHi", "0").as<unsigned int>();
     thresholdLow = props.get("thrLo", "0").as<double>();

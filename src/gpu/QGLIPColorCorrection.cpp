@@ -59,21 +59,10 @@ QGLRenderObject* QGLIPColorCorrection::makePass() {
 uint32_t QGLIPColorCorrection::Init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    int code = beginInit(input);
-    if (code != CodeOk)
-        return endInit(code, input, nullptr);
-    QTD::PROPERTIES bag = QGLStages::setUp(input, surface, input->pixelType, properties);
-    texture.init(input, &bag);
-    bag.set("image.color.coef", properties.get("image.color.coef", "1."), true);
-    bag.set("image.color.high", "1.000000", true);
-    target = new QGLImage(surface);
-    if (!target->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    bag.set("output", ATTR(static_cast<void*>(target)), true);
-    pass = makePass();
-    if (!pass->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    uint32_t word = endInit(CodeOk, input, target->image());
+    QTD::PROPERTIES extra;
+    extra.set("image.color.coef", properties.get("image.color.coef", "1."), true);
+    extra.set("image.color.high", "1.000000", true);
+    uint32_t word = initPass(input, extra);
     applyParams();
     return word;
 }
@@ -84,26 +73,17 @@ uint32_t QGLIPColorCorrection::ProcessImage(BrxImage* input, BrxImage* outputArg
     log.debug("QGLIPColorCorrection::ProcessImage()");
     std::lock_guard<std::recursive_mutex> lock(stageLock);
     int code = beginProcess(input);
-    if (code == CodeOk) {
-        unsigned int t = QGLStages::bindInput(surface, texture, input);
-        if (!t)
-            code = CodeFailed;
-        else if (!IsEnabled())
-            code = target->fillGPU(t, nullptr) ? CodeOk : CodeFailed;
-        else if (!pass->process(input, nullptr))
-            code = CodeFailed;
-        surface->glActiveTexture(GL_TEXTURE0);
-        surface->glBindTexture(GL_TEXTURE_2D, target->texture());
-    }
+    if (code == CodeOk)
+        code = drawPass(input, nullptr);
     return endProcess(code, input, target ? target->image() : nullptr);
 }
 
 unsigned int QGLIPColorCorrection::RunCommand(const char* command) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    lastError = CodeOk;
     const ATTR text(command);
-    if (text.same("readGPU") && target)
-        return report(readBack(target));
+    unsigned int word = 0;
+    if (readCommand(text, word))
+        return word;
     if (text.same("params.apply"))
         return report(applyParams());
     if (text.same("params.reset")) {

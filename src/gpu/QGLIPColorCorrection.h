@@ -22,8 +22,7 @@ public:
     virtual bool RunCommandParams(const char* command, std::map<std::string, std::string>* params);
 
 protected:
-    // The pass this stage draws with; tests put one of their own in its place.
-    virtual QGLRenderObject* makePass();
+    QGLRenderObject* makePass() override;
 
 private:
     int applyParams();

@@ -55,20 +55,9 @@ QGLRenderObject* QGLIPExposureColoration::makePass() {
 uint32_t QGLIPExposureColoration::Init(BrxImage* input, BrxImage* outputArg) {
     (void)outputArg;
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    int code = beginInit(input);
-    if (code != CodeOk)
-        return endInit(code, input, nullptr);
-    QTD::PROPERTIES bag = QGLStages::setUp(input, surface, input->pixelType, properties);
-    bag.set("image.color.mono", isIn(MONO_INDEXEXT, input->pixelType) ? "1" : "0", true);
-    texture.init(input, &bag);
-    target = new QGLImage(surface);
-    if (!target->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    bag.set("output", ATTR(static_cast<void*>(target)), true);
-    pass = makePass();
-    if (!pass->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    uint32_t word = endInit(CodeOk, input, target->image());
+    QTD::PROPERTIES extra;
+    extra.set("image.color.mono", input && isIn(MONO_INDEXEXT, input->pixelType) ? "1" : "0", true);
+    uint32_t word = initPass(input, extra);
     auto* chain = dynamic_cast<BrxImgProcessingChain*>(parent);
     reference = chain ? chain->GetProcessor("image.unpacked") : nullptr;
     // Thresholds follow the raw format, known once the chain has its source.
@@ -97,36 +86,25 @@ uint32_t QGLIPExposureColoration::ProcessImage(BrxImage* input, BrxImage* output
         else if (raw->width != input->width || raw->height != input->height)
             code = CodeBadArgument;
     }
-    if (code == CodeOk) {
-        unsigned int t = QGLStages::bindInput(surface, texture, input);
-        if (!t) {
-            code = CodeFailed;
-        } else if (!IsEnabled()) {
-            code = target->fillGPU(t, nullptr) ? CodeOk : CodeFailed;
-        } else {
-            QTD::PROPERTIES judge;
-            judge.set("source", ATTR::format("%u", rawTexture), true);
-            judge.set("colors", ATTR::format("%d", 1 << input->bitsPerChannel), true);
-            judge.set("mono", isIn(RGBBGR_INDEX, raw->pixelType) ? "0" : "1", true);
-            // Records say how their rows lie; the marks must land on the pixels judged.
-            judge.set("upright", raw->orientation == target->image()->orientation ? "1" : "0",
-                      true);
-            code = pass->process(input, &judge) ? CodeOk : CodeFailed;
-            surface->glActiveTexture(GL_TEXTURE1);
-            surface->glBindTexture(GL_TEXTURE_2D, 0);
-        }
-        surface->glActiveTexture(GL_TEXTURE0);
-        surface->glBindTexture(GL_TEXTURE_2D, target->texture());
+    QTD::PROPERTIES judge;
+    if (code == CodeOk && IsEnabled()) {
+        judge.set("source", ATTR::format("%u", rawTexture), true);
+        judge.set("colors", ATTR::format("%d", 1 << input->bitsPerChannel), true);
+        judge.set("mono", isIn(RGBBGR_INDEX, raw->pixelType) ? "0" : "1", true);
+        // Records say how their rows lie; the marks must land on the pixels judged.
+        judge.set("upright", raw->orientation == target->image()->orientation ? "1" : "0", true);
     }
+    if (code == CodeOk)
+        code = drawPass(input, &judge);
     return endProcess(code, input, target ? target->image() : nullptr);
 }
 
 unsigned int QGLIPExposureColoration::RunCommand(const char* command) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    lastError = CodeOk;
     const ATTR text(command);
-    if (text.same("readGPU") && target)
-        return report(readBack(target));
+    unsigned int word = 0;
+    if (readCommand(text, word))
+        return word;
     if (text.same("params.apply")) {
         if (!pass)
             return report(CodeNotReady);

@@ -32,6 +32,5 @@ public:
     BrxImgProcessor* reference = nullptr; // the chain's "image.unpacked", not owned
 
 protected:
-    // The pass this stage draws with; tests put one of their own in its place.
-    virtual QGLRenderObject* makePass();
+    QGLRenderObject* makePass() override;
 };

@@ -95,10 +95,8 @@ uint32_t QGLIPImage::ProcessImage(BrxImage* input, BrxImage* outputArg, void* co
 
 unsigned int QGLIPImage::RunCommand(const char* command) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    lastError = CodeOk;
-    if (ATTR(command).same("readGPU") && lastTarget)
-        return report(readBack(lastTarget));
-    return 0;
+    unsigned int word = 0;
+    return readCommand(ATTR(command), word) ? word : 0;
 }
 
 BrxDisplayQGL::Image* BrxDisplayQGL::Image::CreateComponent(BrxDisplayProcessor* display) {

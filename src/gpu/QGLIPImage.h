@@ -19,6 +19,9 @@ public:
 
     QGLImage* lastTarget = nullptr; // `target` itself when the types are the same
 
+protected:
+    QGLImage* resultTarget() override { return lastTarget; }
+
 private:
     int process(BrxImage* input);
     void dropLast();

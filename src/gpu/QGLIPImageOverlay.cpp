@@ -93,20 +93,16 @@ uint32_t QGLIPImageOverlay::ProcessImage(BrxImage* input, BrxImage* outputArg, v
     }
     if (code == CodeOk && IsEnabled() && objects.count() > 0)
         code = draw(input);
-    if (code == CodeOk) {
-        surface->glActiveTexture(GL_TEXTURE0);
-        surface->glBindTexture(GL_TEXTURE_2D, target->texture());
-    }
     return endProcess(code, input, target ? target->image() : nullptr);
 }
 
 unsigned int QGLIPImageOverlay::RunCommand(const char* command) {
     std::lock_guard<std::recursive_mutex> lock(stageLock);
-    lastError = CodeOk;
     const ATTR text(command);
-    if (text.same("readGPU") && target)
-        return report(readBack(target));
-    const unsigned int word = runCommand(text);
+    unsigned int word = 0;
+    if (readCommand(text, word))
+        return word;
+    word = runCommand(text);
     return word == Unknown ? 0 : word;
 }
 

@@ -176,8 +176,10 @@ bool QGLRenderObject::connect(QTD::PROPERTIES*) {
     return true;
 }
 
-bool QGLRenderObject::prepare(BrxImage* image, QTD::PROPERTIES* p, unsigned int pixelType,
-                              QGLImage*& target) {
+bool QGLRenderObject::prepare(BrxImage* image, QTD::PROPERTIES* p, QGLImage*& target,
+                              QTD::PixelFormat& format) {
+    unsigned int pixelType = image->pixelType;
+    format.setTypeID(pixelType);
     target = p ? static_cast<QGLImage*>(p->get("output").as<void*>()) : nullptr;
     if (p)
         p->set("output", QTD::ATTR(static_cast<void*>(target)), true);

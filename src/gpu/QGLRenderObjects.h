@@ -3,6 +3,7 @@
 #include "core/ATTR.h"
 #include "core/PROPERTIES.h"
 #include "core/RMutex.h"
+#include "image/PixelFormat.h"
 
 #include <brx/BrxImage.h>
 
@@ -90,11 +91,11 @@ public:
 protected:
     QGLSurface* glSurface();
     int location(char const* name);
-    // The common first half of a pass's init: the target from "output" in `props`, or one made
-    // here for `image` with `pixelType`; both bags merged into the object's. False without a
-    // target.
-    bool prepare(BrxImage* image, QTD::PROPERTIES* props, unsigned int pixelType,
-                 QGLImage*& target);
+    // The common first half of a pass whose target is of its input's type: the target from
+    // "output" in `props`, or one made here for `image`; both bags merged into the object's;
+    // `format` of the input's type. False without a target.
+    bool prepare(BrxImage* image, QTD::PROPERTIES* props, QGLImage*& target,
+                 QTD::PixelFormat& format);
     // The common second half: builds the program from the two texts, enters `names` in the
     // table and connects. A program that does not build fails here, logged.
     bool link(char const* vertexName, char const* vertexText, char const* fragmentName,

@@ -10,13 +10,13 @@
 #include "chain/QTDProcs.h"
 #include "gpu/QGLImage.h"
 #include "gpu/QGLRenderObjects.h"
+#include "gpu/QGLSurface.h"
 #include "gpu/QGLTexture.h"
 #include "image/QTDImageHelpers.h"
 
 #include <mutex>
 
 class BrxDisplayProcessor;
-class QGLSurface;
 
 namespace QGLStages {
 
@@ -81,6 +81,40 @@ protected:
         return 0;
     }
 
+    // The pass this stage draws with; none in the image and overlay stages. Tests put passes of
+    // their own in its place.
+    virtual QGLRenderObject* makePass() { return nullptr; }
+
+    // Init of a stage that draws its input through its pass into a target of the input's type;
+    // `extra` joins the bag of texture, target and pass.
+    uint32_t initPass(BrxImage* input, PROPERTIES& extra) {
+        int code = beginInit(input);
+        if (code != Procs::CodeOk)
+            return endInit(code, input, nullptr);
+        PROPERTIES bag = QGLStages::setUp(input, surface, input->pixelType, this->properties);
+        bag.set(&extra, true);
+        texture.init(input, &bag);
+        target = new QGLImage(surface);
+        if (!target->init(input, &bag))
+            return endInit(Procs::CodeNotReady, input, nullptr);
+        bag.set("output", ATTR(static_cast<void*>(target)), true);
+        pass = makePass();
+        if (!pass || !pass->init(input, &bag))
+            return endInit(Procs::CodeNotReady, input, nullptr);
+        return endInit(Procs::CodeOk, input, target->image());
+    }
+
+    // The work of a stage with a pass: the input bound at unit 0 and drawn through the pass with
+    // `passBag`, or, disabled, copied on unchanged. A plain code.
+    int drawPass(BrxImage* input, PROPERTIES* passBag) {
+        unsigned int t = QGLStages::bindInput(surface, texture, input);
+        if (!t)
+            return Procs::CodeFailed;
+        if (!this->IsEnabled())
+            return target->fillGPU(t, nullptr) ? Procs::CodeOk : Procs::CodeFailed;
+        return pass->process(input, passBag) ? Procs::CodeOk : Procs::CodeFailed;
+    }
+
     // The start of every ProcessImage: a set-up stage, a surface, an input of the set-up's size.
     int beginProcess(BrxImage* input) {
         this->output = nullptr;
@@ -98,10 +132,13 @@ protected:
         return Procs::CodeOk;
     }
 
-    // `result` is the stage's output from here on, stamped with the input's identity.
+    // `result` is the stage's output from here on, stamped with the input's identity, and its
+    // texture is left bound at unit 0, where the next stage looks for its input.
     uint32_t endProcess(int code, BrxImage* input, BrxImage* result) {
         if (code != Procs::CodeOk)
             return this->report(code);
+        surface->glActiveTexture(GL_TEXTURE0);
+        surface->glBindTexture(GL_TEXTURE_2D, QGLImage::GetTexture(result));
         result->imageID = input->imageID;
         result->timestamp = input->timestamp;
         this->output = result;
@@ -112,6 +149,20 @@ protected:
     int readBack(QGLImage* last) {
         return last->readGPU(last->image()) ? Procs::CodeOk : Procs::CodeFailed;
     }
+
+    // The start of every RunCommand: true, with its word, for "readGPU" when there is a target
+    // to read; other texts go on to the stage's own commands.
+    bool readCommand(ATTR const& text, unsigned int& word) {
+        this->lastError = Procs::CodeOk;
+        QGLImage* last = resultTarget();
+        if (!text.same("readGPU") || !last)
+            return false;
+        word = this->report(readBack(last));
+        return true;
+    }
+
+    // The target that holds the stage's result.
+    virtual QGLImage* resultTarget() { return target; }
 
 private:
     void dropGL() {

@@ -379,7 +379,7 @@ public:
     using QGLColorCorrection::QGLColorCorrection;
     bool init(BrxImage* image, QTD::PROPERTIES* p) override {
         QGLImage* own = nullptr;
-        return prepare(image, p, image->pixelType, own) &&
+        return prepare(image, p, own, inputFormat) &&
                link(VERT_SHADER, QTD::loadShader(VERT_SHADER), "broken", "void main() { x; }",
                     {"source"}, own);
     }

@@ -107,7 +107,8 @@ public:
     using QGLRenderObject::QGLRenderObject;
     bool init(BrxImage* image, QTD::PROPERTIES* p) override {
         QGLImage* target = nullptr;
-        if (!image || !prepare(image, p, image->pixelType, target))
+        QTD::PixelFormat format;
+        if (!image || !prepare(image, p, target, format))
             return false;
         return link("image.v.glsl", QTD::loadShader("image.v.glsl"), "broken.f.glsl",
                     fragment.c_str(), {"source"}, target);
