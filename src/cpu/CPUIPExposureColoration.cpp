@@ -62,18 +62,11 @@ void CPUIPExposureColoration::initFromProperties(BrxImage* format) {
     if (format == nullptr) {
         return;
     }
-    thresLo = properties.getAs<int>("thres.lo", "-1", true);
-    thresHi = properties.getAs<int>("thres.hi", "-1", true);
-    if (thresLo < 0) {
-        thresLo = 1;
-    }
-    if (thresHi < 0) {
-        // Only the very extremes count: the highest code, or for colour the highest sum.
-        const int levels = 1 << format->bitsPerChannel;
-        thresHi = isIn(RGBBGR_INDEX, format->pixelType) ? levels * 3 - 4 : levels - 2;
-    }
-    colorLo = properties.getAs<unsigned int>("color.lo", ATTR(int(ColorLo)), true);
-    colorHi = properties.getAs<unsigned int>("color.hi", ATTR(int(ColorHi)), true);
+    const QTD::ExposureLimits limits = QTD::ExposureLimits::read(properties, format);
+    thresLo = limits.lo;
+    thresHi = limits.hi;
+    colorLo = limits.colorLo;
+    colorHi = limits.colorHi;
     ready = 1;
 }
 

@@ -4,6 +4,7 @@
 // raw samples, which the stage takes from the chain's "image.unpacked"; enabling this stage
 // enables that one too, so that it keeps a private copy of the raw image.
 
+#include "chain/ExposureLimits.h"
 #include "chain/ImgProcessorImpl.h"
 #include "chain/QTDProcs.h"
 
@@ -12,10 +13,8 @@
 
 class CPUIPExposureColoration : public QTD::ImgProcessorImpl<BrxDisplayCPU::ExposureColoration> {
 public:
-    // A colour word holds its first byte in the low 8 bits: green for under-exposure, red for
-    // over-exposure in an RGB image.
-    static constexpr uint32_t ColorLo = 0xFF00;
-    static constexpr uint32_t ColorHi = 0xFF;
+    static constexpr uint32_t ColorLo = QTD::ExposureLimits::ColorLo;
+    static constexpr uint32_t ColorHi = QTD::ExposureLimits::ColorHi;
 
     // `parent` is the component of the chain that holds "image.unpacked".
     explicit CPUIPExposureColoration(BrxComponent* parent);
