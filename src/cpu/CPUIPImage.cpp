@@ -161,7 +161,8 @@ bool narrowMonoToRgb(BrxImage* source, BrxImage* target) {
     const int width = int(source->width);
     const int height = int(source->height);
     if (source->channels != 1 || target->channels != 3 || source->bitsPerChannel <= 8 ||
-        !rowsFit(source, 2ull * width) || !rowsFit(target, 3ull * width)) {
+        source->stride % 2 != 0 || !rowsFit(source, 2ull * width) ||
+        !rowsFit(target, 3ull * width)) {
         return false;
     }
     const int shift = int(source->bitsPerChannel) - 8;
@@ -368,7 +369,7 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
     const Conditions c = conditionsFor(source->pixelType, source->bitsPerChannel, target->pixelType,
                                        target->bitsPerChannel);
     if (c.reduce) {
-        if (!hasPixels(depthImage) || depthImage->imageSize < source->imageSize) {
+        if (!hasPixels(depthImage)) {
             return false;
         }
         if (!c.monoToRgb && !c.swap) {
@@ -376,12 +377,21 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
                 target->bitsPerChannel != 8) {
                 return false;
             }
+            // Rows of 16-bit samples must start on even addresses: others are copied first.
+            BrxImage* wideRows = source;
+            if (source->stride % 2 != 0) {
+                if (!sameArea(depthImage, source) ||
+                    !QTDImageHelpers::dataCopy16b(source, depthImage)) {
+                    return false;
+                }
+                wideRows = depthImage;
+            }
             const int samples = int(source->width * source->channels);
-            if (!rowsFit(source, uint64_t(samples) * 2) || !rowsFit(target, uint64_t(samples))) {
+            if (!rowsFit(wideRows, uint64_t(samples) * 2) || !rowsFit(target, uint64_t(samples))) {
                 return false;
             }
-            const cv::Mat wide(int(source->height), samples, CV_16UC1, source->imageData,
-                               source->stride);
+            const cv::Mat wide(int(source->height), samples, CV_16UC1, wideRows->imageData,
+                               wideRows->stride);
             cv::Mat narrowed(int(target->height), samples, CV_8UC1, target->imageData,
                              target->stride);
             narrow(wide, narrowed, int(source->bitsPerChannel) - 8);
@@ -390,8 +400,12 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
         if (c.monoToRgb && narrowMonoToRgb(source, target)) {
             return true;
         }
-        // The general way: shift a copy of the source, narrow it, then expand or swap.
-        if (depthImage->imageSize == source->imageSize) {
+        // The general way: shift a copy of the source, narrow it, then expand or swap. The copy
+        // takes the source's rows whatever their padding.
+        if (!sameArea(depthImage, source)) {
+            return false;
+        }
+        if (depthImage->stride == source->stride && depthImage->imageSize == source->imageSize) {
             std::memcpy(depthImage->imageData, source->imageData, source->imageSize);
         } else if (!QTDImageHelpers::dataCopy16b(source, depthImage)) {
             return false;

@@ -133,7 +133,11 @@ void QGLImage::shut() {
             surface->glDeleteTextures(1, &textureID);
     }
     shaderProgram.removeAllShaders();
-    uniforms = QTD::PROPERTIES();
+    {
+        // Assigning a bag appends to it: the locations of the old program go explicitly.
+        std::lock_guard<std::recursive_mutex> hold(uniforms.guard);
+        uniforms.rows.clear();
+    }
     textureID = framebufferID = renderbufferID = 0;
 }
 

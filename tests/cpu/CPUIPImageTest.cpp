@@ -101,31 +101,41 @@ TEST(CPUIPImage, DisabledStagePassesTheInputThroughWithoutCopying) {
     EXPECT_EQ(s->Output(), input.get());
 }
 
+// Rows padded by an odd or an even number of bytes convert as tight ones do.
 TEST(CPUIPImage, ColourConversionsToRgb8) {
-    for (uint32_t from : {PixelType::Mono8, PixelType::Mono12, PixelType::Mono16, PixelType::BGR8,
-                          PixelType::RGB8}) {
-        SCOPED_TRACE(testing::Message() << std::hex << from);
-        Owned<CPUIPImage> s;
-        const bool mono = isIn(MONO_INDEX, from);
-        auto input =
-            mono ? TestImages::makeMono(11, 3, from) : TestImages::makeColour8(11, 3, from);
-        auto display = TestImages::make(11, 3, PixelType::RGB8);
-        ASSERT_EQ(s->Init(input.get(), display.get()), 0u);
-        ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(s->Output()->pixelType, PixelType::RGB8);
-        const int shift = int(input->bitsPerChannel) - 8;
-        const bool bgr = from == PixelType::BGR8;
-        auto expected = [&](uint32_t x, uint32_t y) -> std::array<int, 3> {
-            if (mono) {
-                const int v =
-                    shift > 0 ? row16(input.get(), y)[x] >> shift : row8(input.get(), y)[x];
-                return {v, v, v};
-            }
-            const uint8_t* p = row8(input.get(), y) + 3 * x;
-            return {p[bgr ? 2 : 0], p[1], p[bgr ? 0 : 2]};
-        };
-        TestImages::expectPixels(s->Output(), expected, 0, 0);
-    }
+    for (uint32_t from :
+         {PixelType::Mono8, PixelType::Mono12, PixelType::Mono16, PixelType::BGR8, PixelType::RGB8})
+        for (uint32_t pad : {0u, 3u, 8u}) {
+            SCOPED_TRACE(testing::Message() << std::hex << from << std::dec << " pad " << pad);
+            Owned<CPUIPImage> s;
+            const bool mono = isIn(MONO_INDEX, from);
+            auto tight =
+                mono ? TestImages::makeMono(11, 3, from) : TestImages::makeColour8(11, 3, from);
+            BrxImage padded = *tight;
+            padded.stride = tight->stride + pad;
+            padded.imageSize = padded.stride * padded.height;
+            std::vector<uint8_t> rows(padded.imageSize);
+            for (uint32_t y = 0; y < padded.height; ++y)
+                std::memcpy(&rows[y * padded.stride], row8(tight.get(), y), tight->stride);
+            padded.imageData = rows.data();
+            BrxImage* input = &padded;
+            auto display = TestImages::make(11, 3, PixelType::RGB8);
+            ASSERT_EQ(s->Init(input, display.get()), 0u);
+            ASSERT_EQ(s->ProcessImage(input, nullptr, nullptr), 0u);
+            ASSERT_EQ(s->Output()->pixelType, PixelType::RGB8);
+            const int shift = int(input->bitsPerChannel) - 8;
+            const bool bgr = from == PixelType::BGR8;
+            auto expected = [&](uint32_t x, uint32_t y) -> std::array<int, 3> {
+                if (mono) {
+                    const int v =
+                        shift > 0 ? row16(tight.get(), y)[x] >> shift : row8(tight.get(), y)[x];
+                    return {v, v, v};
+                }
+                const uint8_t* p = row8(tight.get(), y) + 3 * x;
+                return {p[bgr ? 2 : 0], p[1], p[bgr ? 0 : 2]};
+            };
+            TestImages::expectPixels(s->Output(), expected, 0, 0);
+        }
 }
 
 // A change of format between images is refused, not misread; a truncated image is black.
