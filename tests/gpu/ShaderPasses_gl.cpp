@@ -1,7 +1,7 @@
-// The passes' shaders run on Mesa against the CPU's own arithmetic: the display scale and
-// clip, colour correction against the CPU's level table, Mono10p/Mono12p unpacking against the
-// CPU unpacker, exposure coloration against the CPU's colorizer; and demosaicing, which must give
-// back any flat colour on every pattern.
+// The passes' shaders that no stage runs yet, on Mesa against the CPU's own arithmetic: the
+// display scale and clip, Mono10p/Mono12p unpacking against the CPU unpacker, and demosaicing,
+// which must give back any flat colour on every pattern. The colour passes are checked through
+// their stages.
 
 #include "GLTestSupport.h"
 
@@ -9,14 +9,12 @@
 #include "gpu/QGLShaders.h"
 #include "gpu/QGLTexture.h"
 #include "image/BrxImageUnpack.h"
-#include "image/LookupTable.h"
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxPixelTypes.h>
 
 #include <QOpenGLShaderProgram>
 #include <QVector2D>
-#include <QVector3D>
 #include <QVector4D>
 
 #include <algorithm>
@@ -111,66 +109,6 @@ TEST_F(ShaderPass, DisplayScaleClipAndMono) {
     }
 }
 
-// Gains, offsets and gamma at 8 bits mean what the CPU's level table means, gamma 0 and 1
-// included: within one level on every input level and channel.
-TEST_F(ShaderPass, ColorCorrectionMatchesTheCpuTable) {
-    std::vector<uint8_t> bytes;
-    BrxImage ramp = record(256, 1, BRX_PIXEL_RGB8, bytes, 256 * 3);
-    for (int i = 0; i < 256; ++i) {
-        bytes[3 * i] = uint8_t(i);
-        bytes[3 * i + 1] = uint8_t(255 - i);
-        bytes[3 * i + 2] = uint8_t((i * 7) & 255);
-    }
-    QGLImage input(&surface);
-    ASSERT_TRUE(input.init(&ramp, nullptr));
-    surface.glBindTexture(GL_TEXTURE_2D, input.texture());
-    ASSERT_TRUE(input.fillGPU(&ramp));
-
-    struct Case {
-        double gain[3], offset[3], gamma;
-    } const cases[] = {
-        {{1, 1, 1}, {0, 0, 0}, 0},
-        {{1, 1, 1}, {0, 0, 0}, 1},
-        {{1.2, 0.8, 1}, {0.05, -0.02, 0}, 1},
-        {{1, 1, 1}, {0, 0, 0}, 1.005},
-        {{1, 1, 1}, {0, 0, 0}, 1.02},
-        {{1.1, 1, 0.9}, {0, 0.01, 0}, 1.02},
-        {{1, 1, 1}, {0, 0, 0}, 0.9},
-        {{0.5, 2, 1}, {0.1, 0, -0.1}, 0.95},
-    };
-    std::vector<uint8_t> outBytes;
-    BrxImage out = record(256, 1, BRX_PIXEL_RGB8, outBytes, 256 * 3);
-    QGLImage target(&surface);
-    ASSERT_TRUE(target.init(&out, nullptr));
-    for (auto const& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.gain[0] << "/" << c.offset[0] << " gamma " << c.gamma);
-        QTD::LookupTable table(256, 3);
-        std::copy(c.gain, c.gain + 3, table.gain);
-        std::copy(c.offset, c.offset + 3, table.offset);
-        table.gamma = c.gamma;
-        table.calc();
-        run(target, input.texture(), "corr.color.v.glsl", "corr.color.f.glsl",
-            [&](QOpenGLShaderProgram& p) {
-                p.setUniformValue("flipVert", 0);
-                p.setUniformValue("colorCoef", 1.0f);
-                p.setUniformValue("colorHigh", 1.0f);
-                p.setUniformValue("debugMode", 0);
-                p.setUniformValue("debugOutput", 0);
-                p.setUniformValue("gain", QVector3D(c.gain[0], c.gain[1], c.gain[2]));
-                p.setUniformValue("offs", QVector3D(c.offset[0], c.offset[1], c.offset[2]));
-                p.setUniformValue("gamma", float(c.gamma));
-                p.setUniformValue("levels", 255.0f);
-            });
-        ASSERT_NE(target.readGPU(&out), nullptr);
-        int worst = 0;
-        for (int i = 0; i < 256; ++i)
-            for (int ch = 0; ch < 3; ++ch)
-                worst = std::max(worst, std::abs(int(outBytes[3 * i + ch]) -
-                                                 table.values[ch][bytes[3 * i + ch]]));
-        EXPECT_LE(worst, 1);
-    }
-}
-
 // Packed rows as a byte texture, decoded by the shader into 16-bit words, against the CPU
 // unpacker; the edge bytes of both layouts included.
 TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
@@ -234,99 +172,6 @@ TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
         uint16_t first;
         std::memcpy(&first, outBytes.data(), 2);
         EXPECT_EQ(first, c.method == 0 ? 1023 : 4095);
-    }
-}
-
-// Thresholds in levels, handed to the shader half a level outside (its tests are strict, on
-// fractions of the texture's full scale): the same pixels are marked as by the CPU, at the
-// automatic extremes and in between, mono on one channel and colour on the sum. (The CPU keeps
-// the sum in 16 signed bits, so 16-bit colour wraps there and is left out.)
-TEST_F(ShaderPass, ColorationMarksThePixelsTheCpuMarks) {
-    struct Case {
-        unsigned int type;
-        int depth, channels;
-        unsigned int lo, hi;
-    } const cases[] = {
-        {BRX_PIXEL_Mono8, 8, 1, 1, 254},    {BRX_PIXEL_Mono8, 8, 1, 40, 200},
-        {BRX_PIXEL_Mono12, 12, 1, 1, 4094}, {BRX_PIXEL_Mono12, 12, 1, 700, 3000},
-        {BRX_PIXEL_RGB8, 8, 3, 1, 764},     {BRX_PIXEL_RGB8, 8, 3, 100, 600},
-        {BRX_PIXEL_RGB12, 12, 3, 1, 12284}, {BRX_PIXEL_RGB12, 12, 3, 2000, 9000},
-    };
-    unsigned int const colorLo = 0x0000FF, colorHi = 0x00FF00;
-    int const w = 64, h = 16;
-    for (auto const& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << std::hex << c.type << std::dec << " " << c.lo << ".." << c.hi);
-        std::vector<uint8_t> sourceBytes;
-        int sampleBytes = c.depth > 8 ? 2 : 1;
-        BrxImage source = record(w, h, c.type, sourceBytes, w * c.channels * sampleBytes);
-        uint32_t seed = 5;
-        int top = (1 << c.depth) - 1;
-        for (int i = 0; i < w * h; ++i) {
-            seed = seed * 1103515245u + 12345u;
-            // Whole pixels at the extremes often, so that the automatic thresholds mark some.
-            int kind = int(seed >> 28);
-            for (int ch = 0; ch < c.channels; ++ch) {
-                seed = seed * 1103515245u + 12345u;
-                int v = kind == 0 ? 0 : kind == 1 ? top : int((seed >> 8) % uint32_t(top + 1));
-                int at = i * c.channels + ch;
-                if (sampleBytes == 1)
-                    sourceBytes[at] = uint8_t(v);
-                else
-                    std::memcpy(sourceBytes.data() + 2 * at, &v, 2);
-            }
-        }
-        std::vector<uint8_t> pictureBytes;
-        BrxImage picture = record(w, h, BRX_PIXEL_RGB8, pictureBytes, w * 3);
-        for (size_t i = 0; i < pictureBytes.size(); ++i)
-            pictureBytes[i] = uint8_t(60 + i % 7);
-
-        std::vector<uint8_t> cpuBytes = pictureBytes;
-        BrxImage cpu = record(w, h, BRX_PIXEL_RGB8, cpuBytes, w * 3);
-        ASSERT_EQ(QTDImageHelpers::dataColorize(&source, &cpu, c.lo, c.hi, colorLo, colorHi), 1);
-
-        // The source lies upside down beside the picture, as it does in the chain.
-        QTD::PROPERTIES flip;
-        flip.set("image.flip.vert", "1", true);
-        QGLImage sourceTexture(&surface), pictureTexture(&surface);
-        ASSERT_TRUE(sourceTexture.init(&source, &flip));
-        surface.glBindTexture(GL_TEXTURE_2D, sourceTexture.texture());
-        ASSERT_TRUE(sourceTexture.fillGPU(&source));
-        ASSERT_TRUE(pictureTexture.init(&picture, nullptr));
-        surface.glBindTexture(GL_TEXTURE_2D, pictureTexture.texture());
-        ASSERT_TRUE(pictureTexture.fillGPU(&picture));
-
-        std::vector<uint8_t> outBytes;
-        BrxImage out = record(w, h, BRX_PIXEL_RGB8, outBytes, w * 3);
-        QGLImage target(&surface);
-        ASSERT_TRUE(target.init(&out, nullptr));
-        double scale = c.depth == 8 ? 255.0 : 65535.0;
-        surface.glActiveTexture(GL_TEXTURE1);
-        surface.glBindTexture(GL_TEXTURE_2D, sourceTexture.texture());
-        run(target, pictureTexture.texture(), "coloration.v.glsl", "coloration.f.glsl",
-            [&](QOpenGLShaderProgram& p) {
-                p.setUniformValue("colored", 0);
-                p.setUniformValue("source", 1);
-                p.setUniformValue("colorCoef", 1.0f);
-                p.setUniformValue("colorHigh", 1.0f);
-                p.setUniformValue("sourceMono", c.channels == 1 ? 1 : 0);
-                p.setUniformValue("clrLo", QVector3D(1, 0, 0));
-                p.setUniformValue("clrHi", QVector3D(0, 1, 0));
-                p.setUniformValue("thresholds",
-                                  QVector2D((c.lo - 0.5) / scale, (c.hi + 0.5) / scale));
-            });
-        surface.glActiveTexture(GL_TEXTURE1);
-        surface.glBindTexture(GL_TEXTURE_2D, 0);
-        surface.glActiveTexture(GL_TEXTURE0);
-        ASSERT_NE(target.readGPU(&out), nullptr);
-        int marked = 0, differ = 0;
-        for (size_t i = 0; i < outBytes.size(); i += 3) {
-            marked += cpuBytes[i] == 255 || cpuBytes[i + 1] == 255;
-            differ += outBytes[i] != cpuBytes[i] || outBytes[i + 1] != cpuBytes[i + 1] ||
-                      outBytes[i + 2] != cpuBytes[i + 2];
-        }
-        EXPECT_GT(marked, 0);
-        EXPECT_EQ(differ, 0);
     }
 }
 
