@@ -190,50 +190,6 @@ TEST_F(GLImage, ProgramCoefficientByDepth) {
     }
 }
 
-// Mono12 through the display shader into an RGB8 target: the CPU's v >> 4 within 1, on all
-// three channels.
-TEST_F(GLImage, DisplayShaderScalesMono12ToRGB8LikeTheCPU) {
-    Pixels source(37, 11, BRX_PIXEL_Mono12, 2);
-    source.fill(12);
-    auto deep = upload(source);
-    Pixels frame(37, 11, BRX_PIXEL_RGB8);
-    QGLImage display(&surface);
-    ASSERT_TRUE(display.init(&frame.record, nullptr));
-    QTD::PROPERTIES props;
-    props.set("image.color.coef", "16", true);
-    props.set("image.color.mono", "1", true);
-    ASSERT_TRUE(display.fillGPU(deep->texture(), &props));
-    Pixels shown(37, 11, BRX_PIXEL_RGB8);
-    ASSERT_NE(display.readGPU(&shown.record), nullptr);
-    int worst = 0;
-    for (uint32_t y = 0; y < 11; ++y)
-        for (uint32_t x = 0; x < 37; ++x)
-            for (uint32_t c = 0; c < 3; ++c)
-                worst = std::max(worst,
-                                 std::abs(int(shown.at(x * 3 + c, y)) - int(source.at(x, y) >> 4)));
-    EXPECT_LE(worst, 1);
-}
-
-// An input texture filled from memory and copied unscaled into a target comes back exact.
-TEST_F(GLImage, TextureFillCopiedThroughTheProgramIsExact) {
-    for (auto const& f : FORMATS) {
-        SCOPED_TRACE(f.name);
-        Pixels source(29, 7, f.type, 4);
-        source.fill(f.depth);
-        QGLTexture input(&surface);
-        ASSERT_TRUE(input.init(&source.record, nullptr));
-        ASSERT_TRUE(input.fill(&source.record));
-        QGLImage target(&surface);
-        ASSERT_TRUE(target.init(&source.record, nullptr));
-        QTD::PROPERTIES unscaled;
-        unscaled.set("image.color.coef", "1", true);
-        ASSERT_TRUE(target.fillGPU(input.texture(), &unscaled));
-        Pixels back(29, 7, f.type);
-        ASSERT_NE(target.readGPU(&back.record), nullptr);
-        EXPECT_EQ(differences(source, back, [](uint32_t y) { return y; }), 0);
-    }
-}
-
 TEST_F(GLImage, RefusalsChangeNothing) {
     Pixels source(16, 8, BRX_PIXEL_Mono8);
     source.fill(8);
@@ -268,45 +224,6 @@ TEST_F(GLImage, RefusalsChangeNothing) {
     EXPECT_EQ(QGLImage::GetTexture(&source.record), 0u);
     EXPECT_EQ(QGLImage::GetTexture(target->image()), target->texture());
     EXPECT_EQ(QGLImage::GetTexture(nullptr), 0u);
-}
-
-TEST_F(GLImage, SizeLimitsFromTheSurface) {
-    surface.props.set("gl.renderbuffer", "64", true);
-    surface.props.set("gl.texture", "64", true);
-    for (int w : {64, 65}) {
-        Pixels source(w, 4, BRX_PIXEL_Mono8);
-        QGLImage target(&surface);
-        EXPECT_EQ(target.init(&source.record, nullptr), w == 64) << w;
-        QGLTexture input(&surface);
-        EXPECT_EQ(input.init(&source.record, nullptr), w == 64) << w;
-    }
-}
-
-TEST_F(GLImage, AdoptedTexturesAreNotDeleted) {
-    GLuint foreign = 0;
-    surface.glGenTextures(1, &foreign);
-    surface.glBindTexture(GL_TEXTURE_2D, foreign);
-    surface.glBindTexture(GL_TEXTURE_2D, 0);
-    {
-        QGLTexture adopted(&surface);
-        QTD::PROPERTIES props;
-        props.set("texture", QTD::ATTR::format("%u", foreign), true);
-        Pixels source(8, 8, BRX_PIXEL_Mono8);
-        ASSERT_TRUE(adopted.init(&source.record, &props));
-        EXPECT_EQ(adopted.texture(), foreign);
-    }
-    EXPECT_TRUE(surface.glIsTexture(foreign));
-
-    Pixels source(8, 8, BRX_PIXEL_Mono8);
-    QGLTexture own(&surface);
-    ASSERT_TRUE(own.init(&source.record, nullptr));
-    GLuint first = own.texture();
-    own.texture(foreign);
-    EXPECT_FALSE(surface.glIsTexture(first));
-    own.texture(foreign);
-    own.shut();
-    EXPECT_TRUE(surface.glIsTexture(foreign));
-    surface.glDeleteTextures(1, &foreign);
 }
 
 // GL objects are made and deleted only with the surface's context current; a target that

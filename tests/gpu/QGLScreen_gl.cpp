@@ -74,14 +74,6 @@ protected:
     std::unique_ptr<QGLScreen> screen;
 };
 
-TEST_F(GLScreen, WithoutAWindowSizeBeginRefusesAndLeavesTheSurfaceAlone) {
-    QGLScreen idle(&surface);
-    surface.end();
-    EXPECT_FALSE(idle.begin(nullptr));
-    EXPECT_FALSE(surface.current);
-    ASSERT_TRUE(surface.begin(nullptr));
-}
-
 // At 1:1 each window pixel inside the image's rectangle is the image pixel under it, the
 // right way up, and the background lies around it.
 TEST_F(GLScreen, ActualSizeShowsEveryPixelUprightWhereTheViewPutsIt) {
@@ -127,20 +119,6 @@ TEST_F(GLScreen, PartialPathShowsWhatTheWholeTextureShows) {
         // Texel edges may fall one pixel apart; nothing else may differ.
         EXPECT_LT(far, int(whole.size() / 50)) << far;
     }
-}
-
-TEST_F(GLScreen, NoImageFillsWithTheBackground) {
-    screen->props.set("color", QTD::ATTR::format("%u", 0x00336699u), true);
-    ASSERT_TRUE(screen->begin(nullptr));
-    screen->clear(false);
-    EXPECT_TRUE(screen->draw(nullptr, nullptr));
-    unsigned char rgba[4];
-    surface.glReadPixels(5, 5, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, rgba);
-    QTD::RgbColor expected;
-    expected.setClr(0x00336699u);
-    EXPECT_NEAR(rgba[0], expected.getFlt(0) * 255, 1);
-    EXPECT_NEAR(rgba[1], expected.getFlt(1) * 255, 1);
-    EXPECT_NEAR(rgba[2], expected.getFlt(2) * 255, 1);
 }
 
 } // namespace

@@ -31,18 +31,4 @@ TEST_F(GLShaders, EveryShaderCompilesAndEveryPassLinks) {
     }
 }
 
-TEST_F(GLShaders, BrokenOrMissingShaderFailsTheProgram) {
-    QOpenGLShaderProgram program;
-    EXPECT_EQ(QTD::loadShader("image.glsl"), nullptr);
-    EXPECT_FALSE(QTD::buildProgram(program, "image.v.glsl", "no.such.glsl"));
-    EXPECT_FALSE(QTD::buildProgram(program, "image.v", QTD::loadShader("image.v.glsl"), "broken.f",
-                                   "void main() { gl_FragColor = undefined; }"));
-    EXPECT_TRUE(program.shaders().isEmpty());
-    // Compiles, but the varying it reads is written by no vertex shader.
-    EXPECT_FALSE(QTD::buildProgram(program, "image.v", QTD::loadShader("image.v.glsl"),
-                                   "unlinked.f",
-                                   "varying vec3 nowhere; void main() { gl_FragColor.rgb = "
-                                   "nowhere; }"));
-}
-
 } // namespace

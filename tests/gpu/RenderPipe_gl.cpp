@@ -89,19 +89,6 @@ TEST(RenderPipe, RunsInOrderAndChainsResults) {
     delete passOn; // handed back
 }
 
-TEST(RenderPipe, InsertPositions) {
-    std::vector<std::string> trail;
-    QTD::RenderPipe pipe;
-    char const* names[] = {"a", "b", "c", "d", "e"};
-    int const positions[] = {0, 1, 3, -1, 0};
-    for (int i = 0; i < 5; ++i)
-        ASSERT_TRUE(pipe.insertObject(names[i], new Step(names[i], trail, nullptr), positions[i]));
-    std::string order;
-    for (int i = 0; i < pipe.objects.count(); ++i)
-        order += pipe.objects.keyAt(i);
-    EXPECT_EQ(order, "eabcd");
-}
-
 class BrokenPass : public QGLRenderObject {
 public:
     using QGLRenderObject::QGLRenderObject;

@@ -62,53 +62,6 @@ protected:
     }
 };
 
-// Mono12 values through the display shader into RGB8, against the shader's rule worked on the
-// CPU: scale unless 0 or 1, clip at the level (1 outside 0..1), red spread when mono.
-TEST_F(ShaderPass, DisplayScaleClipAndMono) {
-    int const w = 64;
-    std::vector<uint8_t> bytes;
-    BrxImage deep = record(w, 1, BRX_PIXEL_Mono12, bytes, w * 2);
-    for (int x = 0; x < w; ++x) {
-        uint16_t v = uint16_t(x * 64 + 13);
-        std::memcpy(bytes.data() + 2 * x, &v, 2);
-    }
-    QGLImage input(&surface);
-    ASSERT_TRUE(input.init(&deep, nullptr));
-    surface.glBindTexture(GL_TEXTURE_2D, input.texture());
-    ASSERT_TRUE(input.fillGPU(&deep));
-
-    struct Case {
-        float coef, high;
-        int mono;
-    } const cases[] = {{16, 1, 1},   {1, 1, 1},   {0, 1, 1},    {-3, 1, 1},
-                       {16, 1.5, 1}, {16, -1, 1}, {16, 0.5, 1}, {16, 1, 0}};
-    std::vector<uint8_t> outBytes;
-    BrxImage shown = record(w, 1, BRX_PIXEL_RGB8, outBytes, w * 3);
-    QGLImage target(&surface);
-    ASSERT_TRUE(target.init(&shown, nullptr));
-    for (auto const& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.coef << " " << c.high << " " << c.mono);
-        run(target, input.texture(), "image.v.glsl", "image.f.glsl", [&](QOpenGLShaderProgram& p) {
-            p.setUniformValue("flipVert", 0);
-            p.setUniformValue("colorCoef", c.coef);
-            p.setUniformValue("colorHigh", c.high);
-            p.setUniformValue("colorMono", c.mono);
-        });
-        ASSERT_NE(target.readGPU(&shown), nullptr);
-        double scale = c.coef > 0 && c.coef != 1 ? c.coef : 1.0;
-        double high = c.high < 0 || c.high > 1 ? 1.0 : c.high;
-        int worst = 0;
-        for (int x = 0; x < w; ++x) {
-            double red = std::clamp((x * 64 + 13) / 65535.0 * scale, 0.0, high) * 255;
-            double other = c.mono ? red : 0.0;
-            worst = std::max({worst, std::abs(outBytes[3 * x] - int(std::lround(red))),
-                              std::abs(outBytes[3 * x + 1] - int(std::lround(other))),
-                              std::abs(outBytes[3 * x + 2] - int(std::lround(other)))});
-        }
-        EXPECT_LE(worst, 1);
-    }
-}
-
 // Packed rows as a byte texture, decoded by the shader into 16-bit words, against the CPU
 // unpacker; the edge bytes of both layouts included.
 TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
