@@ -10,11 +10,9 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <regex>
 #include <string>
-#include <sys/wait.h>
 
 namespace {
 
@@ -29,9 +27,8 @@ bool isBackground(QRgb c) {
 // Runs the viewer headless on the camera in `format` and checks the figures, and that the
 // picture's colour bars show as `bars`. `environment` goes before the command, `options` after.
 void checkHeadlessRun(const std::string& environment, const char* format,
-                      const std::string& options = "",
-                      const uint32_t* bars = SyntheticScene::barColours) {
-    SCOPED_TRACE(std::string(format) + " " + options);
+                      const std::string& options, const uint32_t* bars) {
+    SCOPED_TRACE(environment + " " + format + " " + options);
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const std::string shot = dir.filePath("shot.png").toStdString();
@@ -90,31 +87,28 @@ void checkHeadlessRun(const std::string& environment, const char* format,
     }
 }
 
-TEST(BrxViewHeadless, ShowsTheCameraOnTheXServerAndReportsItsFigures) {
-    checkHeadlessRun("", "RGB8");
-}
-
-TEST(BrxViewHeadless, ShowsTheCameraOnQtsOffscreenPlatform) {
-    // Where no xvfb-run is found the viewer runs offscreen and lays the display's own store
-    // over the widgets.
-    checkHeadlessRun("env BRXVIEW_UNDER_XVFB=1 QT_QPA_PLATFORM=offscreen", "RGB8");
-}
-
-TEST(BrxViewHeadless, ColourCorrectionAndExposureColorationReachTheScreen) {
-    // Half the red gain: full red shows at half level.
+// On the X server; on Qt's offscreen platform, where no xvfb-run is found and the viewer lays the
+// display's own store over the widgets; with half the red gain, so that full red shows at half
+// level; with the coloration, which paints white (over-exposed) red and black (under-exposed)
+// green; and from a Bayer camera.
+TEST(BrxViewHeadless, ShowsTheCameraAndReportsItsFigures) {
     const uint32_t halfRed[] = {0x80FFFF, 0x80FF00, 0x00FFFF, 0x00FF00,
                                 0x8000FF, 0x800000, 0x0000FF, 0x000000};
-    checkHeadlessRun("", "RGB8", "--gains 0.5,1,1", halfRed);
-    // The coloration paints white (over-exposed) red and black (under-exposed) green.
     uint32_t painted[8];
     std::copy(SyntheticScene::barColours, SyntheticScene::barColours + 8, painted);
     painted[0] = 0xFF0000;
     painted[7] = 0x00FF00;
-    checkHeadlessRun("", "RGB8", "--coloration", painted);
-}
-
-TEST(BrxViewHeadless, ShowsABayerCamera) {
-    checkHeadlessRun("", "BayerRG8");
+    const struct {
+        const char *environment, *format, *options;
+        const uint32_t* bars;
+    } runs[] = {{"", "RGB8", "", SyntheticScene::barColours},
+                {"env BRXVIEW_UNDER_XVFB=1 QT_QPA_PLATFORM=offscreen", "RGB8", "",
+                 SyntheticScene::barColours},
+                {"", "RGB8", "--gains 0.5,1,1", halfRed},
+                {"", "RGB8", "--coloration", painted},
+                {"", "BayerRG8", "", SyntheticScene::barColours}};
+    for (const auto& r : runs)
+        checkHeadlessRun(r.environment, r.format, r.options, r.bars);
 }
 
 } // namespace
