@@ -124,10 +124,6 @@ struct Display {
     BrxImgProcessor* coloration = nullptr;
 };
 
-} // namespace
-
-namespace {
-
 // One source of each family, as samples for `imageOf`, with the 8-bit colour expected of every
 // pixel and the type that the chain hands to "image.output".
 struct Family {

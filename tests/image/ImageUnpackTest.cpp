@@ -144,7 +144,8 @@ TEST(UnpackBuffers, KeptWhenTheSizeFitsAndACallerBlockTooSmallIsRefused) {
         ASSERT_EQ(0xBEEF, w);
 }
 
-// Sources too short for their dimensions, null pixels, null records and huge dimensions.
+// Sources too short for their dimensions, null pixels, null records, huge dimensions and FLEx
+// packing.
 TEST(UnpackRobustness, RefusesWhatItCannotRead) {
     const unsigned types[] = {kMono10p, kMono12p, kMono10Packed, kMono12Packed};
     for (unsigned type : types) {
@@ -178,10 +179,6 @@ TEST(UnpackRobustness, RefusesWhatItCannotRead) {
             }
         }
     }
-}
-
-TEST(UnpackDispatch, RefusesFLExPacking) {
     Source flex(0x010C3205, 4, 1, randomBytes(8, 2)); // Mono10_FLExPacked
-    Target out(kMono10, 4, 1);
     EXPECT_EQ(0, BrxImageUnpack::Unpack(&flex.image, &out.image));
 }

@@ -186,17 +186,4 @@ TEST_F(ScreenTest, TranslateBetweenTheSystems) {
     EXPECT_NEAR(len, 70.0 * s, 1e-9);
 }
 
-TEST_F(ScreenTest, ScrollingRespectsTheLimit) {
-    open(40000, 100, 1000, 100);
-    EXPECT_EQ(screen.scrollRangeX, 32000);
-    EXPECT_EQ(screen.props.get("scroll.horz"), "1.218750");
-    EXPECT_EQ(screen.scrollPage().x, roundAway(1000 / 1.21875));
-    // scroll is the inverse of the position; beyond the end the correction takes it back.
-    for (int position : {0, 12345, 32000, 40000}) {
-        screen.scroll(position, -1);
-        EXPECT_EQ(screen.scrollX, std::min(position, 32000));
-        EXPECT_NEAR(screen.originX, -std::min(position, 32000) * 1.21875, 1e-6);
-    }
-}
-
 } // namespace

@@ -24,6 +24,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <sstream>
@@ -347,13 +348,31 @@ TEST(QTDWindowInput, NothingBreaksBeforeInitAfterShutOrWithoutSize) {
     window.shut();
     everything();
 
-    // Without a parent widget there is nothing to track against.
+    // Without a parent widget there is nothing to track against. Without a screen, overlays are
+    // kept as given; with one, values that do not read raise to the refresh.
     QTDWindow orphan(nullptr, false);
+    QTD::PROPERTIES img = bagOf("cs=img update=1");
+    QTD::ATTR id = orphan.setOverlayRect(1, 2, 3, 4, img);
+    EXPECT_EQ(orphan.drawObjects.find(id, true)->get("x"), "1");
+    orphan.setOverlayProfileLine(1, 2, 3, 4, img);
+    orphan.setOverlayText(const_cast<char*>("t"), 1, -1, img);
+    orphan.deleteLine(7);
+    orphan.activeLine(-3);
+    orphan.render();
     ASSERT_TRUE(orphan.init());
     EXPECT_FALSE(orphan.zoomView->beginTrack(nullptr, nullptr, 0));
     QTD::TRECT<int> rect;
     orphan.zoomView->trackPosition(&rect).draw(&rect).endTrack(&rect);
     EXPECT_FALSE(orphan.zoomView->keyDown(Qt::Key_A));
+    orphan.resize(100, 100);
+    QTD::ATTR before = orphan.drawObjects.find(id, true)->get("x");
+    QTD::PROPERTIES bad = bagOf("x.cs=far");
+    orphan.drawObjects.update(id, bad);
+    EXPECT_THROW(orphan.processCommand("view.changed", nullptr), std::invalid_argument);
+    EXPECT_EQ(orphan.drawObjects.find(id, true)->get("x"), before);
+    orphan.shut();
+    // After shut a placed text measures nothing, rather than a freed surface.
+    orphan.setOverlayText(const_cast<char*>("t"), 2, -1, img);
 }
 
 } // namespace
@@ -371,9 +390,14 @@ TEST(QTDWindow, WideImagesScrollInCoarserUnitsAndCommandsSetFlags) {
     EXPECT_EQ(horz.maximum(), 32000);
     EXPECT_EQ(horz.pageStep(), 821);
     EXPECT_TRUE(vert.isHidden());
-    // Dragging to the end reaches the image's far edge, to within one unit.
-    window.setScroll(32000, -1);
-    EXPECT_NEAR(screen.originX + screen.scaledWidth, 1000.0, 1.22);
+    // The position is the inverse of the scroll, up to the image's far edge at 32000; beyond the
+    // end the correction takes it back.
+    for (int position : {0, 12345, 32000, 40000}) {
+        window.setScroll(position, -1);
+        EXPECT_EQ(screen.scrollX, std::min(position, 32000));
+        EXPECT_NEAR(screen.originX, -std::min(position, 32000) * 1.21875, 1e-6);
+    }
+    EXPECT_NEAR(screen.originX + screen.scaledWidth, 1000.0, 1e-6);
 
     QTD::Messenger messenger;
     window.messenger(&messenger);
@@ -424,27 +448,4 @@ TEST_F(InputWindow, WindowCoordinatesStayAndAdjustClipsOnlyUntilTheNextViewChang
     window.processCommand("view.changed", nullptr);
     EXPECT_EQ(rectOf(id), "480,10 100x50");
     EXPECT_EQ(rectOf(fixed), "5,6 7x8");
-}
-
-TEST(WindowOverlayBare, NothingBreaksWithoutScreenAndBadValuesRaiseToTheRefresh) {
-    QTDWindow window(nullptr, false);
-    QTD::PROPERTIES img = bagOf("cs=img update=1");
-    QTD::ATTR id = window.setOverlayRect(1, 2, 3, 4, img);
-    EXPECT_EQ(window.drawObjects.find(id, true)->get("x"), "1") << "kept as given";
-    window.setOverlayProfileLine(1, 2, 3, 4, img);
-    window.setOverlayText(const_cast<char*>("t"), 1, -1, img);
-    window.deleteLine(7);
-    window.activeLine(-3);
-    window.render();
-
-    ASSERT_TRUE(window.init());
-    window.resize(100, 100);
-    QTD::ATTR before = window.drawObjects.find(id, true)->get("x");
-    QTD::PROPERTIES bad = bagOf("x.cs=far");
-    window.drawObjects.update(id, bad);
-    EXPECT_THROW(window.processCommand("view.changed", nullptr), std::invalid_argument);
-    EXPECT_EQ(window.drawObjects.find(id, true)->get("x"), before);
-    window.shut();
-    // After shut a placed text measures nothing, rather than a freed surface.
-    window.setOverlayText(const_cast<char*>("t"), 2, -1, img);
 }
