@@ -219,46 +219,33 @@ TEST(CPUIPColorCorrection, SameBufferTwiceIsCorrectedTwice) {
 }
 
 // A coloration stage made for a chain, as the viewer makes one, paints only the raw extremes onto
-// grey 100: under-exposed green, over-exposed red (blue first for BGR), for colour by the sum.
+// grey 100, for colour by the sum: under-exposed green, over-exposed red, blue first for BGR. The
+// mono extremes are checked through the display in tests/chain.
 TEST(CPUIPExposureColoration, AutomaticThresholdsPaintOnlyTheExtremes) {
     using Rgb = std::array<uint8_t, 3>;
-    const Rgb green{0, 255, 0}, grey{100, 100, 100};
-    struct Case {
-        uint32_t rawType, displayType;
-        std::vector<uint8_t> raw;
-        std::vector<Rgb> painted;
-    };
-    const Case mono{
-        PixelType::Mono8, PixelType::RGB8, {0, 255, 254, 1}, {green, {255, 0, 0}, grey, grey}};
-    const Case colour{PixelType::RGB8,
-                      PixelType::BGR8,
-                      {255, 255, 255, 255, 255, 254, 0, 0, 0},
-                      {{0, 0, 255}, grey, green}};
-    for (const Case& c : {mono, colour}) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.rawType);
-        const int width = int(c.painted.size());
-        auto raw = TestImages::make(width, 1, c.rawType);
-        std::copy(c.raw.begin(), c.raw.end(), row8(raw.get(), 0));
-        auto display = TestImages::make(width, 1, c.displayType);
-        std::memset(display->imageData, 100, display->imageSize);
-        QTDProcessor chain(nullptr, false);
-        ASSERT_EQ(chain.Init(raw.get(), nullptr), 0u);
-        auto* stage = static_cast<CPUIPExposureColoration*>(
-            BrxDisplayCPU::ExposureColoration::CreateComponent(chain.GetComponent()));
-        ASSERT_EQ(stage->Init(display.get(), nullptr), 0u);
-        ASSERT_EQ(chain.ProcessImage(raw.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(stage->ProcessImage(display.get(), nullptr, nullptr), 0u);
-        EXPECT_EQ(stage->Output(), display.get());
-        TestImages::expectPixels(
-            display.get(), [&](uint32_t x, uint32_t) { return c.painted[x]; }, 0, 0);
-        // A display image of another size, or with one byte per pixel, is not painted.
-        auto narrow = TestImages::make(2, 1, PixelType::RGB8);
-        EXPECT_EQ(stage->ProcessImage(narrow.get(), nullptr, nullptr), statusWord(CodeBadArgument));
-        auto grey8 = TestImages::make(width, 1, PixelType::Mono8);
-        EXPECT_EQ(stage->ProcessImage(grey8.get(), nullptr, nullptr), statusWord(CodeBadArgument));
-        stage->Release();
-        delete stage;
-    }
+    const uint8_t rawPixels[] = {255, 255, 255, 255, 255, 254, 0, 0, 0};
+    const Rgb painted[] = {{0, 0, 255}, {100, 100, 100}, {0, 255, 0}};
+    auto raw = TestImages::make(3, 1, PixelType::RGB8);
+    std::copy(rawPixels, rawPixels + 9, row8(raw.get(), 0));
+    auto display = TestImages::make(3, 1, PixelType::BGR8);
+    std::memset(display->imageData, 100, display->imageSize);
+    QTDProcessor chain(nullptr, false);
+    ASSERT_EQ(chain.Init(raw.get(), nullptr), 0u);
+    auto* stage = static_cast<CPUIPExposureColoration*>(
+        BrxDisplayCPU::ExposureColoration::CreateComponent(chain.GetComponent()));
+    ASSERT_EQ(stage->Init(display.get(), nullptr), 0u);
+    ASSERT_EQ(chain.ProcessImage(raw.get(), nullptr, nullptr), 0u);
+    ASSERT_EQ(stage->ProcessImage(display.get(), nullptr, nullptr), 0u);
+    EXPECT_EQ(stage->Output(), display.get());
+    TestImages::expectPixels(
+        display.get(), [&](uint32_t x, uint32_t) { return painted[x]; }, 0, 0);
+    // A display image of another size, or with one byte per pixel, is not painted.
+    auto narrow = TestImages::make(2, 1, PixelType::RGB8);
+    EXPECT_EQ(stage->ProcessImage(narrow.get(), nullptr, nullptr), statusWord(CodeBadArgument));
+    auto grey8 = TestImages::make(3, 1, PixelType::Mono8);
+    EXPECT_EQ(stage->ProcessImage(grey8.get(), nullptr, nullptr), statusWord(CodeBadArgument));
+    stage->Release();
+    delete stage;
 }
 
 TEST(CPUIPImageOverlay, NumbersThatDoNotReadRaiseToTheCaller) {

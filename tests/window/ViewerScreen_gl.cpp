@@ -239,9 +239,7 @@ TEST_F(OnScreen, ZoomOf200PercentScrollsToWhereTheBarsSayAndFollowsResizes) {
     expectBarsMatchTheScreen();
     QImage shot = grab();
     EXPECT_GT(expectCardWhereTheScreenSays(shot), 100);
-    // Window pixel x shows image column (x + 300) / 2; the last row shows the image's last.
-    EXPECT_EQ(shot.pixelColor(30, 10), cardColor(165, static_cast<int>((10 - s.originY) / 2)));
-    EXPECT_EQ(shot.pixelColor(5, window->height() - 1), cardColor(152, 479));
+    EXPECT_EQ(shot.pixelColor(5, window->height() - 1), cardColor(152, 479)) << "the last row";
 
     host.resize(700, 560);
     settle();
