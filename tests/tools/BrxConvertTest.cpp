@@ -97,7 +97,8 @@ protected:
 };
 
 // Every camera format, and rows that end inside a byte: the source packed by the tool, converted
-// back through the library. Exact for mono and RGB, within the demosaicing's loss for Bayer and
+// back through the library. Exact for mono and RGB, so that every 8-bit level of the gradient
+// survives the widening and the library's narrowing; within the demosaicing's loss for Bayer and
 // the chroma's for YUV.
 TEST_F(BrxConvert, RoundTripsThroughEveryCameraFormatWithinItsLoss) {
     // Returns the size of the packed frame.
@@ -170,11 +171,6 @@ TEST(RawFramePacking, BitLayoutsAreTheCameras) {
     EXPECT_EQ(pack("Mono12Packed", {255, 255}), (Bytes{0xFF, 0xFF, 0xFF}));
     // Plain 16-bit samples are little-endian, value in the low bits; rows padded to 4 bytes.
     EXPECT_EQ(pack("Mono12", {255}), (Bytes{0xFF, 0x0F, 0x00, 0x00}));
-    // 8-bit levels survive the widening and the library's narrowing to the top 8 bits.
-    for (uint32_t level = 0; level < 256; ++level) {
-        ASSERT_EQ(RawFrame::expand(level, 12) >> 4, level);
-        ASSERT_EQ(RawFrame::expand(level, 10) >> 2, level);
-    }
 }
 
 // Every packed format at each width modulo four: the frame packed, saved and loaded again
