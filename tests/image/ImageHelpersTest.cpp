@@ -109,12 +109,10 @@ TEST(ImageData, FlipAndMonoToRgb) {
             rgb.row<uint8_t>(r)[i] = uint8_t(r * 10 + i);
     ASSERT_EQ(1, dataFlip8b(rgb.p, nullptr, true)); // left to right, whole pixels
     EXPECT_EQ(3, rgb.row<uint8_t>(0)[0]);
+    // Mono to RGB is checked through the CPU image stage; rows too short for the pixels fail.
     Image mono(3, 2, kMono8);
-    mono.row<uint8_t>(1)[2] = 200;
     std::vector<char> wide(2 * 12, 0);
-    ASSERT_EQ(1, dataMonoRgb8b(mono.p, wide.data(), 12));
-    EXPECT_EQ(char(200), wide[12 + 8]);
-    EXPECT_EQ(0, dataMonoRgb8b(mono.p, wide.data(), 5)); // rows too short for the pixels
+    EXPECT_EQ(0, dataMonoRgb8b(mono.p, wide.data(), 5));
 }
 
 // Per-channel tables on 8-bit colour are checked through the colour correction stage. Deep
