@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 namespace GLTest {
 
@@ -39,6 +40,21 @@ protected:
     void clearErrors() {
         while (surface.glGetError() != GL_NO_ERROR) {
         }
+    }
+
+    // The whole window cleared to black.
+    void clearBlack() {
+        surface.setViewport(0, 0);
+        surface.glClearColor(0, 0, 0, 1);
+        surface.glClear(GL_COLOR_BUFFER_BIT);
+    }
+
+    // The back buffer's RGBA pixels, bottom row first.
+    std::vector<unsigned char> readBack(int w = 320, int h = 240) {
+        std::vector<unsigned char> rgba(size_t(w) * h * 4);
+        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        surface.glReadPixels(0, 0, w, h, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+        return rgba;
     }
 
     std::unique_ptr<QWindow> window;

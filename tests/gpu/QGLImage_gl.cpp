@@ -1,6 +1,6 @@
 // Render targets and input textures on Mesa: pixels up and back exact at every depth and
-// stride, the caller's buffer untouched, the flipped target bottom-up, and the display shader's
-// scale against the CPU's shift.
+// stride, the caller's buffer untouched, the flipped target bottom-up, the display program's
+// coefficient by depth, and GL objects only with their context.
 
 #include "GLTestSupport.h"
 
@@ -12,9 +12,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using GLTest::OnContext;
@@ -38,8 +38,7 @@ struct Pixels {
         for (uint32_t y = 0; y < record.height; ++y)
             for (uint32_t x = 0; x < samplesPerRow(); ++x) {
                 seed = seed * 1103515245u + 12345u;
-                uint32_t v = (seed >> 8) & ((1u << depth) - 1);
-                set(x, y, v);
+                set(x, y, (seed >> 8) & ((1u << depth) - 1));
             }
     }
 
@@ -181,12 +180,11 @@ TEST_F(GLImage, ProgramCoefficientByDepth) {
         };
         EXPECT_FLOAT_EQ(coefficient(true, nullptr), r.coef) << std::hex << r.type;
         EXPECT_FLOAT_EQ(coefficient(false, nullptr), 1.0f);
-        QTD::PROPERTIES zero;
-        zero.set("image.color.coef", "0", true);
-        EXPECT_FLOAT_EQ(coefficient(true, &zero), r.coef);
-        QTD::PROPERTIES given;
-        given.set("image.color.coef", "2.5", true);
-        EXPECT_FLOAT_EQ(coefficient(true, &given), 2.5f);
+        for (auto [given, coef] : {std::pair{"0", r.coef}, {"2.5", 2.5f}}) {
+            QTD::PROPERTIES props;
+            props.set("image.color.coef", given, true);
+            EXPECT_FLOAT_EQ(coefficient(true, &props), coef) << given;
+        }
     }
 }
 

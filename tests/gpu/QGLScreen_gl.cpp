@@ -58,9 +58,7 @@ protected:
         EXPECT_TRUE(screen->begin(nullptr));
         screen->clear(false);
         EXPECT_TRUE(screen->draw(target->image(), nullptr));
-        std::vector<unsigned char> rgba(W * H * 4);
-        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        surface.glReadPixels(0, 0, W, H, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+        std::vector<unsigned char> rgba = readBack(W, H);
         std::vector<unsigned char> rgb(W * H * 3);
         for (int y = 0; y < H; ++y)
             for (int x = 0; x < W; ++x)

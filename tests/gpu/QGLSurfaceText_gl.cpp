@@ -42,15 +42,11 @@ class GLText : public OnContext {
 protected:
     // The text in white on black, as window pixels, y down.
     Box onGL(char const* text, int x, int y, char const* font) {
-        surface.setViewport(0, 0);
-        surface.glClearColor(0, 0, 0, 1);
-        surface.glClear(GL_COLOR_BUFFER_BIT);
+        clearBlack();
         QTD::RgbColor white(255, 255, 255);
         surface.text(text, x, y, font, &white);
         EXPECT_EQ(surface.mode, 0);
-        std::vector<unsigned char> rgba(320 * 240 * 4);
-        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+        std::vector<unsigned char> rgba = readBack();
         return inkBox(320, 240, [&](int px, int py) { return rgba[((239 - py) * 320 + px) * 4]; });
     }
 
@@ -88,10 +84,8 @@ TEST_F(GLText, LandsWhereTheMemorySurfacesTextLands) {
         Box gl = onGL(c.text, c.x, c.y, c.font);
         Box mem = inMemory(c.text, c.x, c.y, c.font);
         ASSERT_GT(mem.lit, 10);
-        EXPECT_NEAR(gl.left, mem.left, 1);
-        EXPECT_NEAR(gl.right, mem.right, 1);
-        EXPECT_NEAR(gl.top, mem.top, 1);
-        EXPECT_NEAR(gl.bottom, mem.bottom, 1);
+        for (auto edge : {&Box::left, &Box::right, &Box::top, &Box::bottom})
+            EXPECT_NEAR(gl.*edge, mem.*edge, 1);
         // Every pixel a glyph covers at all: blended on GL, painted whole in memory.
         EXPECT_NEAR(gl.lit, mem.lit, mem.lit / 50 + 2);
     }

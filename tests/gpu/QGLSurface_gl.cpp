@@ -1,23 +1,17 @@
-// The GL surface on Mesa under Xvfb: its bag, the context bracket, the swap throttle and the
-// error words.
+// The GL surface on Mesa under Xvfb: the begin deadline, the swap throttle, the error words and
+// where drawing lands.
 
 #include "GLTestSupport.h"
 
-#include "gpu/QGLSurfaceRef.h"
-
-#include <QImage>
-#include <QOpenGLContext>
-
 #include <algorithm>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
-using GLTest::OnContext;
-
 namespace {
 
-class GLSurface : public OnContext {};
+using GLSurface = GLTest::OnContext;
 
 // begin's deadline wraps in 32 bits: near today's clock it lies in the past, so the retry
 // loop ends after its first try; only a clock near its epoch would get the full 3 s.
@@ -65,37 +59,12 @@ TEST_F(GLSurface, ErrorWordsNameTheCodeAndInvalidOperationIsLenient) {
     EXPECT_EQ(surface.props.get("error"), "");
 }
 
-// Drawing maps surface coordinates (y down) through the area onto GL's (y up): a filled
-// rectangle lands where the surface says, seen in the back buffer.
-TEST_F(GLSurface, FillRectLandsAtSurfaceCoordinates) {
-    surface.setViewport(0, 0);
-    surface.glClearColor(0, 0, 0, 1);
-    surface.glClear(GL_COLOR_BUFFER_BIT);
-    QTD::RgbColor red(255, 0, 0);
-    surface.fillRect(10, 20, 30, 40, &red);
-    std::vector<unsigned char> rgba(320 * 240 * 4);
-    surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
-    auto redAt = [&](int x, int y) { return rgba[((239 - y) * 320 + x) * 4] > 200; };
-    EXPECT_TRUE(redAt(10, 20));
-    EXPECT_TRUE(redAt(39, 59));
-    EXPECT_FALSE(redAt(9, 20));
-    EXPECT_FALSE(redAt(10, 19));
-    EXPECT_FALSE(redAt(40, 59));
-    EXPECT_FALSE(redAt(39, 60));
-    EXPECT_EQ(surface.checkError("fill", true, true), 0);
-}
-
-// Lines: a single point draws nothing, a rectangle's outline lies on its corners within a
-// pixel, and a default fill covers the whole surface.
-TEST_F(GLSurface, LinesAndDefaultFill) {
-    auto shot = [&] {
-        std::vector<unsigned char> rgba(320 * 240 * 4);
-        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
-        return rgba;
-    };
-    auto lit = [](std::vector<unsigned char> const& rgba, int x, int y, int slack) {
+// Drawing maps surface coordinates (y down) through the area onto GL's (y up), seen in the back
+// buffer: a filled rectangle lands where the surface says, a single point draws nothing, a
+// rectangle's outline lies on its corners within a pixel, and a default fill covers it all.
+TEST_F(GLSurface, FillsAndLinesLandAtSurfaceCoordinates) {
+    // Whether a pixel within `slack` of (x, y) is lit green.
+    auto lit = [](std::vector<unsigned char> const& rgba, int x, int y, int slack = 0) {
         for (int dy = -slack; dy <= slack; ++dy)
             for (int dx = -slack; dx <= slack; ++dx) {
                 int px = x + dx, py = y + dy;
@@ -105,29 +74,36 @@ TEST_F(GLSurface, LinesAndDefaultFill) {
             }
         return false;
     };
-    surface.setViewport(0, 0);
-    surface.glClearColor(0, 0, 0, 1);
-    surface.glClear(GL_COLOR_BUFFER_BIT);
+    clearBlack();
     QTD::RgbColor green(0, 255, 0);
-    QTD::TPAIRS<int> one = {{50, 50}};
+    surface.fillRect(10, 20, 30, 40, &green);
+    std::vector<unsigned char> filled = readBack();
+    for (auto [x, y, in] : {std::tuple{10, 20, true},
+                            {39, 59, true},
+                            {9, 20, false},
+                            {10, 19, false},
+                            {40, 59, false},
+                            {39, 60, false}})
+        EXPECT_EQ(lit(filled, x, y), in) << x << "," << y;
+
+    clearBlack();
+    QTD::TPAIRS<int> one = {{50, 50}}, none;
     surface.polyLine(one, &green, 3, 0);
-    QTD::TPAIRS<int> none;
     surface.polyLine(none, &green, 3, 0);
-    std::vector<unsigned char> empty = shot();
+    std::vector<unsigned char> empty = readBack();
     EXPECT_EQ(std::count(empty.begin(), empty.end(), 255), 320 * 240) << "alpha only";
 
     surface.rect(100, 60, 80, 40, &green, 1, 0);
-    std::vector<unsigned char> box = shot();
+    std::vector<unsigned char> box = readBack();
     for (auto [x, y] :
          {std::pair{100, 60}, {180, 60}, {180, 100}, {100, 100}, {140, 60}, {100, 80}})
         EXPECT_TRUE(lit(box, x, y, 1)) << x << "," << y;
     EXPECT_FALSE(lit(box, 140, 80, 5));
 
     surface.fillRect(-1, -1, -1, -1, &green);
-    std::vector<unsigned char> full = shot();
-    EXPECT_TRUE(lit(full, 0, 0, 0));
-    EXPECT_TRUE(lit(full, 319, 239, 0));
-    EXPECT_TRUE(lit(full, 160, 120, 0));
+    std::vector<unsigned char> full = readBack();
+    for (auto [x, y] : {std::pair{0, 0}, {319, 239}, {160, 120}})
+        EXPECT_TRUE(lit(full, x, y)) << x << "," << y;
     EXPECT_EQ(surface.checkError("lines", true, true), 0);
 }
 
