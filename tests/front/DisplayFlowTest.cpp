@@ -23,13 +23,7 @@ static void expectShown(Shown& s, uint32_t seed) {
     ASSERT_EQ(shown->pixelType, PT::RGB8);
     ASSERT_EQ(shown->width, uint32_t(W));
     EXPECT_EQ(shown->imageID, seed);
-    int wrong = 0;
-    for (uint32_t y = 0; y < shown->height; ++y) {
-        for (uint32_t i = 0; i < 3 * shown->width; ++i) {
-            wrong += row8(shown, y)[i] != value(i / 3, y, seed) ? 1 : 0;
-        }
-    }
-    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(wrongPixels(shown, PT::Mono8, seed), 0);
 }
 
 // The camera thread may finish before the controller's thread ran the chain: the image is a

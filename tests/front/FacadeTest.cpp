@@ -41,12 +41,6 @@ struct Stranger : BrxDisplayImpl {
     bool* alive;
 };
 
-// Channel `c` of pixel (x, y) of a source of `type`, as eight bits: grey for Mono8 and Mono12,
-// whose samples hold it in their top eight bits.
-uint8_t expected(uint32_t type, uint32_t x, uint32_t y, uint32_t c) {
-    return value(x, y, type == PT::RGB8 ? c + 1 : 1);
-}
-
 Image source(uint32_t type, int width, int height) {
     Image image = make(width, height, type);
     const uint32_t n = type == PT::RGB8 ? 3 : 1;
@@ -63,19 +57,6 @@ Image source(uint32_t type, int width, int height) {
     image->imageID = 4711;
     image->timestamp = 987654321;
     return image;
-}
-
-// Bytes of `target` that differ from what a source of type `from` should give.
-int wrongPixels(BrxImage* target, uint32_t from) {
-    const uint32_t n = target->pixelType == PT::Mono8 ? 1 : 3;
-    int wrong = 0;
-    for (uint32_t y = 0; y < target->height; ++y) {
-        for (uint32_t i = 0; i < n * target->width; ++i) {
-            const uint32_t c = target->pixelType == PT::BGR8 ? 2 - i % n : i % n;
-            wrong += row8(target, y)[i] != expected(from, i / n, y, c);
-        }
-    }
-    return wrong;
 }
 
 } // namespace

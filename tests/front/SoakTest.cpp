@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <unistd.h>
 
 using namespace FrontTest;
@@ -34,12 +35,7 @@ constexpr int Height = 480;
 
 long residentBytes() {
     long pages = 0, resident = 0;
-    if (FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) {
-            resident = 0;
-        }
-        std::fclose(f);
-    }
+    std::ifstream("/proc/self/statm") >> pages >> resident;
     return resident * sysconf(_SC_PAGESIZE);
 }
 
@@ -221,11 +217,12 @@ TEST(Soak, ABusyEventLoopLeavesNoBacklog) {
     EventCount barMoves(d.getWindow(), QTDWindow::scrollRequest());
     QCoreApplication::processEvents();
     const long checksSeen = checks.seen, framesSeen = frames.seen, barMovesSeen = barMoves.seen;
-    std::printf("held: offered %ld; then %ld queued calls, %ld update requests, %ld bar moves\n",
-                offeredWhileHeld, checksSeen, framesSeen, barMovesSeen);
     pump(200);
     const long memoryAfter = residentBytes();
-    std::printf("held: resident %ld -> %ld KiB\n", memoryBefore / 1024, memoryAfter / 1024);
+    std::printf("held: offered %ld; then %ld queued calls, %ld update requests, %ld bar moves; "
+                "resident %ld -> %ld KiB\n",
+                offeredWhileHeld, checksSeen, framesSeen, barMovesSeen, memoryBefore / 1024,
+                memoryAfter / 1024);
 
     EXPECT_GT(offeredWhileHeld, 100);
     // One buffer check was waiting, and the pass it makes asks for one more check and one frame:
