@@ -144,7 +144,6 @@ TEST(DisplayOverlay, TheOlderTextAddLaysTheBagsTextOnTheView) {
     QTD::PROPERTIES* text = object(s, "@older");
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(text->get("text"), "older");
-    EXPECT_EQ(d.properties.get("objectID"), "@older");
     d.properties.set("text.text", "", true);
     EXPECT_EQ(d.RunCommand("text.add"), 0x80FF0001u);
     EXPECT_EQ(d.lastError, 0);
