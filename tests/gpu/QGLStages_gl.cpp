@@ -21,7 +21,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -295,18 +294,14 @@ INSTANTIATE_TEST_SUITE_P(Formats, ColorationStage,
                                                           PixelType::RGB8, PixelType::RGB12),
                                           testing::ValuesIn(Sizes)));
 
-// The box of the pixels that differ between two images of one size, as x0, y0, x1, y1.
-std::array<int, 4> changedBox(BrxImage* a, BrxImage* b) {
-    std::array<int, 4> box{INT32_MAX, INT32_MAX, -1, -1};
-    for (uint32_t y = 0; y < a->height; ++y)
-        for (uint32_t x = 0; x < a->width * a->channels; ++x)
-            if (static_cast<uint8_t*>(a->imageData)[y * a->stride + x] !=
-                static_cast<uint8_t*>(b->imageData)[y * b->stride + x]) {
-                int px = int(x / a->channels);
-                box = {std::min(box[0], px), std::min(box[1], int(y)), std::max(box[2], px),
-                       std::max(box[3], int(y))};
-            }
-    return box;
+// The box of the pixels that differ between two images of one size.
+GLTest::Box changedBox(BrxImage* a, BrxImage* b) {
+    auto at = [](BrxImage* m, int x, int y) {
+        return static_cast<uint8_t*>(m->imageData) + y * m->stride + x * m->channels;
+    };
+    return GLTest::inkBox(int(a->width), int(a->height), [&](int x, int y) {
+        return std::memcmp(at(a, x, y), at(b, x, y), a->channels) != 0;
+    });
 }
 
 // Without objects the image is copied as it is; text stands where the CPU burns it, within a
@@ -339,9 +334,9 @@ TEST_F(GLStage, OverlayDrawsTextWhereTheCpuBurnsIt) {
         ASSERT_TRUE(processRead(gpu.get(), image.get()));
         auto cpuBox = changedBox(burnt.get(), image.get());
         auto gpuBox = changedBox(gpu->Output(), image.get());
-        ASSERT_GE(cpuBox[2], 0);
-        for (int k = 0; k < 4; ++k)
-            EXPECT_NEAR(gpuBox[k], cpuBox[k], 1) << k;
+        ASSERT_GT(cpuBox.lit, 0);
+        for (auto edge : GLTest::Edges)
+            EXPECT_NEAR(gpuBox.*edge, cpuBox.*edge, 1);
     }
 }
 

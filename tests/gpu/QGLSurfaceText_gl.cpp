@@ -8,35 +8,13 @@
 
 #include <brx/BrxPixelTypes.h>
 
-#include <algorithm>
-#include <climits>
-#include <functional>
 #include <vector>
 
+using GLTest::Box;
+using GLTest::inkBox;
 using GLTest::OnContext;
 
 namespace {
-
-struct Box {
-    int left = INT_MAX, top = INT_MAX, right = -1, bottom = -1;
-    int lit = 0;
-    void add(int x, int y) {
-        left = std::min(left, x);
-        top = std::min(top, y);
-        right = std::max(right, x);
-        bottom = std::max(bottom, y);
-        ++lit;
-    }
-};
-
-Box inkBox(int w, int h, std::function<int(int, int)> const& value) {
-    Box box;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            if (value(x, y) > 0)
-                box.add(x, y);
-    return box;
-}
 
 class GLText : public OnContext {
 protected:
@@ -84,7 +62,7 @@ TEST_F(GLText, LandsWhereTheMemorySurfacesTextLands) {
         Box gl = onGL(c.text, c.x, c.y, c.font);
         Box mem = inMemory(c.text, c.x, c.y, c.font);
         ASSERT_GT(mem.lit, 10);
-        for (auto edge : {&Box::left, &Box::right, &Box::top, &Box::bottom})
+        for (auto edge : GLTest::Edges)
             EXPECT_NEAR(gl.*edge, mem.*edge, 1);
         // Every pixel a glyph covers at all: blended on GL, painted whole in memory.
         EXPECT_NEAR(gl.lit, mem.lit, mem.lit / 50 + 2);
