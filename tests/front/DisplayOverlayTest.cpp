@@ -137,9 +137,7 @@ TEST(DisplayOverlay, BadOverlayRequestsAreAnsweredNotCrashed) {
 TEST(DisplayOverlay, TheOlderTextAddLaysTheBagsTextOnTheView) {
     Shown s(true);
     QTDDisplay& d = s.display;
-    for (const auto& entry : of("text.text=older text.pos.x=5 text.pos.y=6 objectID=@older")) {
-        d.properties.set(entry.first, entry.second, true);
-    }
+    setAll(d.properties, "text.text=older text.pos.x=5 text.pos.y=6 objectID=@older");
     EXPECT_EQ(d.RunCommand("text.add"), 0u);
     QTD::PROPERTIES* text = object(s, "@older");
     ASSERT_NE(text, nullptr);

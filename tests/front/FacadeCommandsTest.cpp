@@ -32,11 +32,7 @@ struct Side : Live {
         EXPECT_EQ(run("cmd.display.overlay.rect.add", "rect.w=8 rect.h=4 objectID=@dump"), 1);
     }
     BrxDisplayImpl& facade() { return *dynamic_cast<BrxDisplayImpl*>(handle); }
-    void fill(const std::string& bag) {
-        for (auto& entry : of(bag)) {
-            facade().properties.set(entry.first, entry.second, true);
-        }
-    }
+    void fill(const std::string& bag) { setAll(facade().properties, bag); }
     int run(const char* command, const std::string& params) {
         Params map = of(params);
         return display->RunCommandParams(command, &map);

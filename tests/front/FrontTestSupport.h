@@ -106,6 +106,13 @@ inline Params of(const std::string& text) {
     return params;
 }
 
+// Each "a=1 b=2" of `text` set in `bag`.
+inline void setAll(QTD::PROPERTIES& bag, const std::string& text) {
+    for (const auto& entry : of(text)) {
+        bag.set(entry.first, entry.second, true);
+    }
+}
+
 // A host widget of a known size.
 inline std::unique_ptr<QWidget> host(int width = 320, int height = 240) {
     auto widget = std::make_unique<QWidget>();

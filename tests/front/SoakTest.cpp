@@ -119,6 +119,13 @@ struct Soak {
     }
     ~Soak() { stop(); }
 
+    // Starts, and lets buffers, fonts and the first frames be allocated; the resident size then.
+    long warmUp(bool menus = true) {
+        start(menus);
+        pump(300);
+        return residentBytes();
+    }
+
     void start(bool menus = true) {
         for (int t = 0; t < 3; ++t) {
             threads.emplace_back([this, t] {
@@ -166,12 +173,8 @@ struct Soak {
 
 TEST(Soak, FeedersCommandsAndTheEventLoopTogether) {
     Soak soak;
-    ASSERT_EQ(soak.live.initCode, 0u);
     QWidget& host = *soak.live.widget;
-    // Warm up: buffers, fonts and the first frames are allocated before memory is measured.
-    soak.start();
-    pump(300);
-    const long memoryBefore = residentBytes();
+    const long memoryBefore = soak.warmUp();
     const long processedBefore = soak.live.processed();
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(soakSeconds());
     for (int i = 0; std::chrono::steady_clock::now() < end; ++i) {
@@ -200,11 +203,8 @@ TEST(Soak, FeedersCommandsAndTheEventLoopTogether) {
 
 TEST(Soak, ABusyEventLoopLeavesNoBacklog) {
     Soak soak;
-    ASSERT_EQ(soak.live.initCode, 0u);
     QTDDisplay& d = *soak.live.display;
-    soak.start(false);
-    pump(300);
-    const long memoryBefore = residentBytes();
+    const long memoryBefore = soak.warmUp(false);
 
     // The event loop's thread is held while the camera threads hand over and commands run; they
     // stop before it runs again, so what it then finds is what piled up.
