@@ -1,7 +1,13 @@
-// The GL surface on Mesa under Xvfb: the begin deadline, the swap throttle, the error words and
-// where drawing lands.
+// The GL surface on Mesa under Xvfb: the begin deadline, the swap throttle, the error words, where
+// drawing lands, and text where the memory surface burns the same text, glyph for glyph.
 
 #include "GLTestSupport.h"
+
+#include "cpu/MEMSurface.h"
+#include "gpu/QGLSurfaceText.h"
+#include "image/QTDImageHelpers.h"
+
+#include <brx/BrxPixelTypes.h>
 
 #include <algorithm>
 #include <thread>
@@ -12,6 +18,8 @@
 namespace {
 
 using GLSurface = GLTest::OnContext;
+using GLTest::Box;
+using GLTest::inkBox;
 
 // begin's deadline wraps in 32 bits: near today's clock it lies in the past, so the retry
 // loop ends after its first try; only a clock near its epoch would get the full 3 s.
@@ -105,6 +113,60 @@ TEST_F(GLSurface, FillsAndLinesLandAtSurfaceCoordinates) {
     for (auto [x, y] : {std::pair{0, 0}, {319, 239}, {160, 120}})
         EXPECT_TRUE(lit(full, x, y)) << x << "," << y;
     EXPECT_EQ(surface.checkError("lines", true, true), 0);
+}
+
+class GLText : public GLTest::OnContext {
+protected:
+    // The text in white on black, as window pixels, y down.
+    Box onGL(char const* text, int x, int y, char const* font) {
+        clearBlack();
+        QTD::RgbColor white(255, 255, 255);
+        surface.text(text, x, y, font, &white);
+        EXPECT_EQ(surface.mode, 0);
+        std::vector<unsigned char> rgba = readBack();
+        return inkBox(320, 240, [&](int px, int py) { return rgba[((239 - py) * 320 + px) * 4]; });
+    }
+
+    Box inMemory(char const* text, int x, int y, char const* font) {
+        std::unique_ptr<BrxImage, QTDImageHelpers::ImageDeleter> image(
+            QTDImageHelpers::imageCreateImage(nullptr, 320, 240, BRX_PIXEL_Mono8));
+        MEMSurface memory;
+        EXPECT_TRUE(memory.init(nullptr));
+        QTD::PROPERTIES frame;
+        frame.set("image", QTD::ATTR(static_cast<void*>(image.get())), true);
+        EXPECT_TRUE(memory.begin(&frame));
+        QTD::RgbColor white(255, 255, 255);
+        memory.text(text, x, y, font, &white);
+        memory.end();
+        auto* pixels = static_cast<unsigned char*>(image->imageData);
+        return inkBox(320, 240,
+                      [&](int px, int py) { return pixels[size_t(py) * image->stride + px]; });
+    }
+};
+
+TEST_F(GLText, LandsWhereTheMemorySurfacesTextLands) {
+    struct Case {
+        char const* text;
+        int x, y;
+        char const* font;
+    } const cases[] = {
+        {"Hello, gl 42", 20, 30, "default"},
+        {"Ag|jy", 150, 100, "large"},
+        {"fixed\twidth", 5, 200, "fixed"},
+        {"two\nlines", 60, 60, "bold"},
+        {"edge", 0, 0, "medium"},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.text);
+        Box gl = onGL(c.text, c.x, c.y, c.font);
+        Box mem = inMemory(c.text, c.x, c.y, c.font);
+        ASSERT_GT(mem.lit, 10);
+        for (auto edge : GLTest::Edges)
+            EXPECT_NEAR(gl.*edge, mem.*edge, 1);
+        // Every pixel a glyph covers at all: blended on GL, painted whole in memory.
+        EXPECT_NEAR(gl.lit, mem.lit, mem.lit / 50 + 2);
+    }
+    EXPECT_EQ(surface.checkError("text", true, true), 0);
 }
 
 } // namespace
