@@ -65,6 +65,49 @@ Image source(uint32_t type, int width, int height) {
     return image;
 }
 
+constexpr uint32_t Failed = 0x80FF0001u;
+
+// A display showing its image at 800 %, off the centre, with a text "@t" and a rectangle "@dump".
+struct Side : Live {
+    Side() : Live(PT::Mono8, 64, 48) {
+        auto image = makeMono8(64, 48, 1);
+        EXPECT_EQ(BrxDisplay_DisplayVideo(handle, image.get()), 0u);
+        EXPECT_TRUE(pumpUntil([&] { return processed() == 1; }));
+        EXPECT_TRUE(display->SetFitMode(0, false) && display->SetScale(0.125, false));
+        // Moving brings the scroll bars, which take their room from the 320 x 240 of the widget.
+        EXPECT_TRUE(display->CenterAt(0.3, 0.6, false));
+        QTDScreen& s = *display->getScreen();
+        EXPECT_TRUE(pumpUntil([&] { return s.windowWidth < 320 && s.windowHeight < 240; }));
+        pump(10);
+        EXPECT_EQ(run("cmd.display.overlay.text.add", "text.text=t text.pos.x=3 objectID=@t"), 1);
+        EXPECT_EQ(run("cmd.display.overlay.rect.add", "rect.w=8 rect.h=4 objectID=@dump"), 1);
+    }
+    BrxDisplayImpl& facade() { return *dynamic_cast<BrxDisplayImpl*>(handle); }
+    void fill(const std::string& bag) { setAll(facade().properties, bag); }
+    int run(const char* command, const std::string& params) {
+        Params map = of(params);
+        return display->RunCommandParams(command, &map);
+    }
+    // The view and every overlay object as drawn; generated ids name their window.
+    std::string state() {
+        QTDScreen& s = *display->getScreen();
+        std::ostringstream out;
+        out << s.windowWidth << "x" << s.windowHeight << " " << s.scaleValue << " at " << s.centerX
+            << ";" << s.centerY << " fit " << s.fit() << " bg " << s.props.get("color");
+        QTD::DrawObjects& objects = display->getWindow()->drawObjects;
+        for (int i = 0; i < objects.count(); ++i) {
+            QTD::PROPERTIES* o = objects.at(i);
+            const std::string id = o->get("objectID");
+            out << "\n" << (id[0] == '@' ? id : "(new)");
+            for (const char* key : {"type", "text", "x", "y", "w", "h", "cs", "text.clr",
+                                    "text.font", "line.clr", "line.width", "placement"}) {
+                out << " " << key << "=" << o->get(key);
+            }
+        }
+        return out.str();
+    }
+};
+
 } // namespace
 
 TEST(Facade, NullHandlesAndCheckedDeletes) {
@@ -323,53 +366,6 @@ TEST(Facade, TwoHundredSetUpsOfFormatsSizesAndBackends) {
         }
     }
 }
-
-namespace {
-
-constexpr uint32_t Failed = 0x80FF0001u;
-
-// A display showing its image at 800 %, off the centre, with a text "@t" and a rectangle "@dump".
-struct Side : Live {
-    Side() : Live(PT::Mono8, 64, 48) {
-        auto image = makeMono8(64, 48, 1);
-        EXPECT_EQ(BrxDisplay_DisplayVideo(handle, image.get()), 0u);
-        EXPECT_TRUE(pumpUntil([&] { return processed() == 1; }));
-        EXPECT_TRUE(display->SetFitMode(0, false) && display->SetScale(0.125, false));
-        // Moving brings the scroll bars, which take their room from the 320 x 240 of the widget.
-        EXPECT_TRUE(display->CenterAt(0.3, 0.6, false));
-        QTDScreen& s = *display->getScreen();
-        EXPECT_TRUE(pumpUntil([&] { return s.windowWidth < 320 && s.windowHeight < 240; }));
-        pump(10);
-        EXPECT_EQ(run("cmd.display.overlay.text.add", "text.text=t text.pos.x=3 objectID=@t"), 1);
-        EXPECT_EQ(run("cmd.display.overlay.rect.add", "rect.w=8 rect.h=4 objectID=@dump"), 1);
-    }
-    BrxDisplayImpl& facade() { return *dynamic_cast<BrxDisplayImpl*>(handle); }
-    void fill(const std::string& bag) { setAll(facade().properties, bag); }
-    int run(const char* command, const std::string& params) {
-        Params map = of(params);
-        return display->RunCommandParams(command, &map);
-    }
-    // The view and every overlay object as drawn; generated ids name their window.
-    std::string state() {
-        QTDScreen& s = *display->getScreen();
-        std::ostringstream out;
-        out << s.windowWidth << "x" << s.windowHeight << " " << s.scaleValue << " at " << s.centerX
-            << ";" << s.centerY << " fit " << s.fit() << " bg " << s.props.get("color");
-        QTD::DrawObjects& objects = display->getWindow()->drawObjects;
-        for (int i = 0; i < objects.count(); ++i) {
-            QTD::PROPERTIES* o = objects.at(i);
-            const std::string id = o->get("objectID");
-            out << "\n" << (id[0] == '@' ? id : "(new)");
-            for (const char* key : {"type", "text", "x", "y", "w", "h", "cs", "text.clr",
-                                    "text.font", "line.clr", "line.width", "placement"}) {
-                out << " " << key << "=" << o->get(key);
-            }
-        }
-        return out.str();
-    }
-};
-
-} // namespace
 
 // An older word after the facade's bag is filled, or "name=value" of an older parameter, and the
 // bag afterwards ("-": absent). "display.dump.on" keeps and uses "dump.objectID"; off uses
