@@ -268,18 +268,6 @@ TEST_F(GLImage, NothingIsMadeOrDeletedWithoutTheContext) {
 
 class ShaderPass : public OnContext {
 protected:
-    // A record over `bytes`, rows `stride` apart.
-    static BrxImage record(int w, int h, unsigned int type, std::vector<uint8_t>& bytes,
-                           int stride) {
-        BrxImage r{};
-        QTDImageHelpers::imageCreateFormat(&r, w, h, type);
-        r.stride = uint32_t(stride);
-        r.imageSize = uint32_t(stride * h);
-        bytes.resize(r.imageSize);
-        r.imageData = bytes.data();
-        return r;
-    }
-
     // Draws `texture` into `target` with the program of the table pair, uniforms set by `set`.
     void run(QGLImage& target, unsigned int texture, char const* vertex, char const* fragment,
              std::function<void(QOpenGLShaderProgram&)> const& set) {
@@ -315,8 +303,9 @@ TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
     int const h = 5;
     for (auto const& c : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.packed << std::dec << " w=" << c.w);
-        std::vector<uint8_t> packedBytes;
-        BrxImage packed = record(c.w, h, c.packed, packedBytes, c.rowBytes);
+        // The packed rows, and the same bytes as a Mono8 texture.
+        Pixels byteRows(c.rowBytes, h, BRX_PIXEL_Mono8);
+        std::vector<uint8_t>& packedBytes = byteRows.bytes;
         uint32_t seed = 77;
         for (auto& b : packedBytes) {
             seed = seed * 1664525u + 1013904223u;
@@ -326,22 +315,24 @@ TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
         packedBytes[0] = 0xFF;
         packedBytes[1] = c.method == 0 ? 0x03 : 0x0F;
         packedBytes[c.rowBytes - 1] = 0xFF;
+        BrxImage packed{};
+        QTDImageHelpers::imageCreateFormat(&packed, c.w, h, c.packed);
+        packed.stride = uint32_t(c.rowBytes);
+        packed.imageSize = byteRows.record.imageSize;
+        packed.imageData = packedBytes.data();
 
         BrxImage cpu{};
         QTDImageHelpers::imageCreateFormat(&cpu, c.w, h, c.unpacked);
         ASSERT_EQ(BrxImageUnpack::Unpack(&packed, &cpu), 1);
         std::unique_ptr<void, decltype(&std::free)> cpuBlock(cpu.allocatedData, &std::free);
 
-        std::vector<uint8_t> asBytes = packedBytes;
-        BrxImage byteRows = record(c.rowBytes, h, BRX_PIXEL_Mono8, asBytes, c.rowBytes);
         QGLTexture input(&surface);
-        ASSERT_TRUE(input.init(&byteRows, nullptr));
-        ASSERT_TRUE(input.fill(&byteRows));
+        ASSERT_TRUE(input.init(&byteRows.record, nullptr));
+        ASSERT_TRUE(input.fill(&byteRows.record));
 
-        std::vector<uint8_t> outBytes;
-        BrxImage out = record(c.w, h, c.unpacked, outBytes, c.w * 2 + 4);
+        Pixels out(c.w, h, c.unpacked, 4);
         QGLImage target(&surface);
-        ASSERT_TRUE(target.init(&out, nullptr));
+        ASSERT_TRUE(target.init(&out.record, nullptr));
         run(target, input.texture(), "unpack.u3v.v.glsl", "unpack.u3v.f.glsl",
             [&](QOpenGLShaderProgram& p) {
                 p.setUniformValue("sourceSize",
@@ -349,15 +340,13 @@ TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
                 p.setUniformValue("outputSize", QVector4D(c.w, h, 1.0f / c.w, 1.0f / h));
                 p.setUniformValue("method", c.method);
             });
-        ASSERT_NE(target.readGPU(&out), nullptr);
+        ASSERT_NE(target.readGPU(&out.record), nullptr);
         for (int y = 0; y < h; ++y)
-            EXPECT_EQ(std::memcmp(outBytes.data() + y * out.stride,
+            EXPECT_EQ(std::memcmp(out.bytes.data() + y * out.record.stride,
                                   static_cast<uint8_t*>(cpu.imageData) + y * cpu.stride, 2 * c.w),
                       0)
                 << "row " << y;
-        uint16_t first;
-        std::memcpy(&first, outBytes.data(), 2);
-        EXPECT_EQ(first, c.method == 0 ? 1023 : 4095);
+        EXPECT_EQ(out.at(0, 0), c.method == 0 ? 1023u : 4095u);
     }
 }
 
@@ -377,24 +366,22 @@ TEST_F(ShaderPass, DemosaicingGivesBackFlatColourOnEveryPattern) {
         for (auto const& rgb : colours) {
             SCOPED_TRACE(testing::Message() << std::hex << p.type << std::dec << " " << rgb[0]
                                             << "," << rgb[1] << "," << rgb[2]);
-            std::vector<uint8_t> mosaic;
-            BrxImage raw = record(w, h, p.type, mosaic, w);
+            Pixels raw(w, h, p.type);
             for (int y = 0; y < h; ++y)
                 for (int x = 0; x < w; ++x) {
                     bool redRow = (y + int(p.redY)) % 2 == 0;
                     bool redColumn = (x + int(p.redX)) % 2 == 0;
                     int channel = redRow == redColumn ? (redRow ? 0 : 2) : 1;
-                    mosaic[y * w + x] = uint8_t(rgb[channel]);
+                    raw.bytes[y * w + x] = uint8_t(rgb[channel]);
                 }
             QGLImage input(&surface);
-            ASSERT_TRUE(input.init(&raw, nullptr));
+            ASSERT_TRUE(input.init(&raw.record, nullptr));
             surface.glBindTexture(GL_TEXTURE_2D, input.texture());
-            ASSERT_TRUE(input.fillGPU(&raw));
+            ASSERT_TRUE(input.fillGPU(&raw.record));
 
-            std::vector<uint8_t> outBytes;
-            BrxImage out = record(w, h, BRX_PIXEL_RGB8, outBytes, w * 3);
+            Pixels out(w, h, BRX_PIXEL_RGB8);
             QGLImage target(&surface);
-            ASSERT_TRUE(target.init(&out, nullptr));
+            ASSERT_TRUE(target.init(&out.record, nullptr));
             run(target, input.texture(), "bayer.mmhc.v.glsl", "bayer.mmhc.f.glsl",
                 [&](QOpenGLShaderProgram& program) {
                     program.setUniformValue("sourceSize", QVector4D(w, h, 1.0f / w, 1.0f / h));
@@ -403,14 +390,14 @@ TEST_F(ShaderPass, DemosaicingGivesBackFlatColourOnEveryPattern) {
                     program.setUniformValue("colorCoef", 1.0f);
                     program.setUniformValue("colorHigh", 1.0f);
                 });
-            ASSERT_NE(target.readGPU(&out), nullptr);
+            ASSERT_NE(target.readGPU(&out.record), nullptr);
             // The border's neighbours repeat at the edge; the inside must be exact.
             int worst = 0;
             for (int y = 2; y < h - 2; ++y)
                 for (int x = 2; x < w - 2; ++x)
                     for (int c = 0; c < 3; ++c)
                         worst =
-                            std::max(worst, std::abs(int(outBytes[(y * w + x) * 3 + c]) - rgb[c]));
+                            std::max(worst, std::abs(int(out.at(x * 3 + c, uint32_t(y))) - rgb[c]));
             EXPECT_LE(worst, 1);
         }
 }
