@@ -46,19 +46,19 @@ int soakSeconds() {
 }
 
 // Counts the events of one type that reach an object: queued calls and update requests are what
-// piles up when a thread is busy.
+// piles up when a thread is busy. Notes any event on a thread other than the object's.
 struct EventCount : QObject {
     EventCount(QObject* target, QEvent::Type type) : type(type) {
         target->installEventFilter(this);
     }
-    bool eventFilter(QObject*, QEvent* event) override {
-        if (event->type() == type) {
-            ++seen;
-        }
+    bool eventFilter(QObject* object, QEvent* event) override {
+        wrongThread |= QThread::currentThread() != object->thread();
+        seen += event->type() == type ? 1 : 0;
         return false;
     }
     QEvent::Type type;
     long seen = 0;
+    bool wrongThread = false;
 };
 
 // Every view and overlay command an application sends, one after the other, with the bad
@@ -245,15 +245,7 @@ TEST(Soak, ViewCommandsFromAThreadMoveTheBarsOnTheirThread) {
     ASSERT_TRUE(pumpUntil([&] { return live.processed() == 1; }));
     QTDViewer* viewer = live.display->viewer;
     QScrollBar* bar = viewer->horizontalBar();
-
-    struct BarThread : QObject {
-        bool eventFilter(QObject* object, QEvent*) override {
-            wrongThread |= QThread::currentThread() != object->thread();
-            return false;
-        }
-        bool wrongThread = false;
-    } watch;
-    bar->installEventFilter(&watch);
+    EventCount watch(bar, QEvent::None);
     std::thread([&] {
         // Actual size: the image is twice the window's width.
         Params fit{{"mode", "3"}};
