@@ -42,8 +42,8 @@ private:
     size_t span;
 };
 
-// An RGB8 or BGR8 record over guarded bytes of its declared size; pixel (x, y) channel c is
-// value(x, y, c + 1), the bytes between rows 0xEE.
+// An RGB8 or BGR8 record over guarded bytes of its declared size, its rows the RGB8 pattern of
+// wrongPixels(), the bytes between rows 0xEE.
 struct Frame {
     Frame(uint32_t type, uint32_t stride, uint32_t imageSize) : bytes(imageSize) {
         QTDImageHelpers::imageCreateFormat(&image, int(W), int(H), type);
@@ -54,22 +54,10 @@ struct Frame {
         if (stride >= Row && uint64_t(stride) * H <= imageSize) {
             for (uint32_t y = 0; y < H; ++y) {
                 for (uint32_t i = 0; i < Row; ++i) {
-                    bytes.data[y * stride + i] = value(i / 3, y, i % 3 + 1);
+                    bytes.data[y * stride + i] = expected(PT::RGB8, i / 3, y, i % 3);
                 }
             }
         }
-    }
-    // Bytes of rows that differ from the pattern, in `type`'s channel order.
-    static int wrong(const BrxImage* image) {
-        int count = 0;
-        for (uint32_t y = 0; y < image->height; ++y) {
-            const uint8_t* row = static_cast<const uint8_t*>(image->imageData) + y * image->stride;
-            for (uint32_t i = 0; i < Row; ++i) {
-                const uint32_t c = image->pixelType == PT::BGR8 ? 2 - i % 3 : i % 3;
-                count += row[i] != value(i / 3, y, c + 1);
-            }
-        }
-        return count;
     }
     Guarded bytes;
     BrxImage image{};
@@ -93,7 +81,7 @@ TEST(DeclaredSizes, DeclarationsThatCannotHoldTheirGeometryAreRefused) {
     Live live(PT::RGB8, int(W), int(H));
     Frame good(PT::RGB8, Padded, Padded * H), target(PT::BGR8, Padded, Padded * H);
     ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, &good.image, &target.image), 0u);
-    ASSERT_EQ(Frame::wrong(&target.image), 0);
+    ASSERT_EQ(wrongPixels(&target.image, PT::RGB8), 0);
     std::memset(target.bytes.data, 0, Padded * H);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -125,7 +113,7 @@ TEST(DeclaredSizes, AnyStrideOfAtLeastOneRowConvertsAndShows) {
             Frame source(PT::RGB8, sourceStride, sourceStride * H);
             Frame target(PT::RGB8, targetStride, targetStride * H);
             ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, &source.image, &target.image), 0u);
-            EXPECT_EQ(Frame::wrong(&target.image), 0);
+            EXPECT_EQ(wrongPixels(&target.image, PT::RGB8), 0);
         }
         for (uint32_t trailer : {0u, 1u << 20}) {
             SCOPED_TRACE(testing::Message() << sourceStride << " trailer " << trailer);
@@ -136,7 +124,7 @@ TEST(DeclaredSizes, AnyStrideOfAtLeastOneRowConvertsAndShows) {
             BrxImage* onWindow = live.display->getWindow()->currentImage();
             ASSERT_NE(onWindow, nullptr);
             EXPECT_EQ(onWindow->imageID, uint64_t(shown));
-            EXPECT_EQ(Frame::wrong(onWindow), 0);
+            EXPECT_EQ(wrongPixels(onWindow, PT::RGB8), 0);
         }
     }
 }

@@ -1,7 +1,12 @@
-// The controller's overlay commands and profile lines, down to the window's draw objects.
+// The controller's image flow from other threads to the viewer, and the status line; its overlay
+// commands and profile lines, down to the window's draw objects; and overlays changed from one
+// thread while another feeds images and the controller's thread draws, meant to be run under
+// ThreadSanitizer as well as plainly.
 
 #include "FrontTestSupport.h"
 
+#include "chain/QTDProcessor.h"
+#include "screen/QTDScreen.h"
 #include "window/QTDWindow.h"
 
 #include <brx/BrxComponent.h>
@@ -10,9 +15,121 @@
 
 #include <QKeyEvent>
 
+#include <atomic>
 #include <cstring>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 using namespace FrontTest;
+
+constexpr int W = 64;
+
+// The image on the window is the chain's output, an RGB8 copy of the grey values.
+static void expectShown(Shown& s, uint32_t seed) {
+    BrxImage* shown = s.display.getWindow()->currentImage();
+    ASSERT_NE(shown, nullptr);
+    ASSERT_EQ(shown, s.display.chain->Output());
+    ASSERT_EQ(shown->pixelType, PT::RGB8);
+    ASSERT_EQ(shown->width, uint32_t(W));
+    EXPECT_EQ(shown->imageID, seed);
+    EXPECT_EQ(wrongPixels(shown, PT::Mono8, seed), 0);
+}
+
+// The camera thread may finish before the controller's thread ran the chain: the image is a
+// copy. A second image replaces the first. The per-image notification is off by default; with
+// bit 0 set, each image is told with its result and its controller.
+TEST(DisplayFlow, ImagesFromAnotherThreadReachTheWindowAndAreTold) {
+    Shown s;
+    struct : BrxDisplayCommand {
+        int RunCommandParams(const char* command, Params* params) override {
+            std::lock_guard<std::mutex> lock(mutex);
+            if (std::string(command) == "notification.image") {
+                images.push_back(*params);
+            }
+            return 0;
+        }
+        std::mutex mutex;
+        std::vector<Params> images;
+    } receiver;
+    Params add{{"proc", QTD::ATTR(static_cast<void*>(static_cast<BrxDisplayCommand*>(&receiver)))}};
+    EXPECT_EQ(s.display.RunCommandParams("cmd.system.notification.add", &add), 1);
+    std::atomic<uint32_t> result{1};
+    for (uint32_t seed : {5u, 6u}) {
+        std::thread camera([&] {
+            auto image = makeMono8(W, 48, seed);
+            result = s.display.ProcessImage(image.get());
+        });
+        camera.join();
+        EXPECT_EQ(result, 0u);
+        ASSERT_TRUE(pumpUntil([&] { return s.processed() == long(seed) - 4; }));
+        expectShown(s, seed);
+        pump(20);
+        Params on = of("name=image.notification.flags.set value=1");
+        EXPECT_EQ(s.display.RunCommandParams("cmd.parameter.set", &on), 0);
+    }
+    EXPECT_EQ(s.display.lastError, 0);
+    ASSERT_TRUE(pumpUntil([&] {
+        std::lock_guard<std::mutex> lock(receiver.mutex);
+        return !receiver.images.empty();
+    }));
+    std::lock_guard<std::mutex> lock(receiver.mutex);
+    ASSERT_EQ(receiver.images.size(), 1u);
+    EXPECT_EQ(receiver.images[0]["result"], "0");
+    EXPECT_EQ(receiver.images[0]["from"], std::string(QTD::ATTR(static_cast<void*>(&s.display))));
+}
+
+TEST(DisplayFlow, ABurstLeavesOnlyTheNewestImage) {
+    Shown s;
+    // The controller's thread is this one: nothing is taken until the events run.
+    for (uint32_t seed = 1; seed <= 10; ++seed) {
+        auto image = makeMono8(W, 48, seed);
+        ASSERT_EQ(s.display.ProcessImage(image.get()), 0u);
+    }
+    ASSERT_TRUE(pumpUntil([&] { return s.processed() >= 1; }));
+    pump(20);
+    EXPECT_EQ(s.processed(), 1);
+    EXPECT_EQ(s.received(), 10);
+    expectShown(s, 10);
+    EXPECT_EQ(s.display.RunCommandParams("cmd.display.view.status", nullptr), 1);
+    EXPECT_EQ(std::string(s.display.statusBag.get("in/p")), "10/1");
+}
+
+// The status line is an overlay object whose text is the status bag, each value in its format.
+TEST(DisplayFlow, StatusTexts) {
+    Shown s;
+    QTDDisplay& d = s.display;
+    // Switched off, nothing is filled, while the counters go on.
+    d.updateStatus();
+    EXPECT_EQ(d.statusBag.count(), 0);
+    auto image = makeMono8(W, 48, 7);
+    ASSERT_EQ(d.ProcessImage(image.get()), 0u);
+    ASSERT_TRUE(pumpUntil([&] { return s.processed() == 1; }));
+    // Eight times larger than the image, the view can move away from the centre.
+    ASSERT_TRUE(d.SetScale(0.125, false));
+    // Taken as asked, not corrected.
+    ASSERT_FALSE(d.CenterAt(0.4, 0.6, false));
+    auto statusText = [&] {
+        QTD::PROPERTIES* object = d.getWindow()->drawObjects.find("@status", true);
+        return object != nullptr ? std::string(object->get("text")) : std::string("(none)");
+    };
+    const std::string proc = d.chain->properties.get("time", "", true);
+    ASSERT_FALSE(proc.empty());
+    const auto line = [&](const char* fps) {
+        return "size=64x48 last=000007 in/p=1/1 fps=" + std::string(fps) + " proc=" + proc +
+               " zoom=800% at=0.40;0.60";
+    };
+    // The rate is the mean of the recent values; below 1e-7 it is zero.
+    d.fpsHistory = {2.5, 3.5, 4.5};
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.status", nullptr), 1);
+    EXPECT_EQ(statusText(), line("3.5"));
+    d.fpsHistory = {1e-8};
+    d.updateStatus();
+    EXPECT_EQ(statusText(), line("0.0"));
+
+    EXPECT_EQ(d.RunCommandParams("cmd.display.view.status", nullptr), 1);
+    EXPECT_FALSE(d.getWindow()->drawObjects.isExist("@status", ""));
+}
 
 static QTD::DrawObjects& objects(Shown& s) {
     return s.display.getWindow()->drawObjects;
@@ -137,14 +254,11 @@ TEST(DisplayOverlay, BadOverlayRequestsAreAnsweredNotCrashed) {
 TEST(DisplayOverlay, TheOlderTextAddLaysTheBagsTextOnTheView) {
     Shown s(true);
     QTDDisplay& d = s.display;
-    for (const auto& entry : of("text.text=older text.pos.x=5 text.pos.y=6 objectID=@older")) {
-        d.properties.set(entry.first, entry.second, true);
-    }
+    setAll(d.properties, "text.text=older text.pos.x=5 text.pos.y=6 objectID=@older");
     EXPECT_EQ(d.RunCommand("text.add"), 0u);
     QTD::PROPERTIES* text = object(s, "@older");
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(text->get("text"), "older");
-    EXPECT_EQ(d.properties.get("objectID"), "@older");
     d.properties.set("text.text", "", true);
     EXPECT_EQ(d.RunCommand("text.add"), 0x80FF0001u);
     EXPECT_EQ(d.lastError, 0);
@@ -181,4 +295,64 @@ TEST(DisplayOverlay, TypingSdInTheWindowTogglesTheStatusLine) {
     pump(100);
     EXPECT_FALSE(objects(s).isExist("@status", ""));
     s.display.DeleteNotificationProc(&forwarder);
+}
+
+TEST(OverlayThreads, OverlayCallsFromAThreadWhileFramesRender) {
+    Shown s(true);
+    QTDDisplay& d = s.display;
+    std::atomic<bool> stop{false};
+    std::atomic<int> rounds{0};
+
+    std::thread feeder([&] {
+        for (uint32_t seed = 2; !stop; ++seed) {
+            Image image = makeMono8(64, 48, seed);
+            d.ProcessImage(image.get());
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+    });
+    std::thread overlays([&] {
+        for (int i = 0; !stop; ++i) {
+            // Placed and positioned texts, in window and image coordinates, one kept by id; the
+            // template reads the record of the frame shown while the chain writes the next one.
+            Params text{{"text.text", "frame ${image.id} ${image.dims}"},
+                        {"text.pos.x", "3"},
+                        {"text.pos.y", i % 2 ? "-1" : "9"},
+                        {"cs", i % 3 ? "img" : "win"}};
+            d.RunCommandParams("cmd.display.overlay.text.add", &text);
+            Params kept = of("objectID=@kept"), img = of("cs=img");
+            d.SetOverlayText("kept", 9, -1, &kept);
+            const QTD::ATTR rect = d.SetOverlayRect(1, 2, 20, 10, &img);
+            Params line = of("x0=0 y0=0 x1=30 y1=20 cs=img");
+            d.RunCommandParams("cmd.display.overlay.profline.add", &line);
+            d.SetOverlayProfileLine(5, 5, 9, 9, &img);
+            d.setActiveProfileLine(1);
+            d.getProfileLines(nullptr);
+            d.deleteProfileLine(0);
+            d.DelOverlayObject(rect.c_str());
+            Params del{{"objectID", text["objectID"]}};
+            d.RunCommandParams("cmd.display.overlay.del", &del);
+            d.deleteProfileLine(0);
+            ++rounds;
+        }
+    });
+    // View changes on the controller's thread refresh the overlays while they change.
+    const long before = s.processed();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
+    for (int i = 0; std::chrono::steady_clock::now() < end; ++i) {
+        d.RunCommandParams(i % 2 ? "cmd.display.view.zoom.in" : "cmd.display.view.zoom.out",
+                           nullptr);
+        pump(5);
+    }
+    stop = true;
+    feeder.join();
+    overlays.join();
+    pump(50);
+
+    EXPECT_GT(rounds.load(), 10);
+    EXPECT_GT(s.processed() - before, 10);
+    // Every round removes what it added; only the object kept by its id stays.
+    QTD::DrawObjects& objects = d.getWindow()->drawObjects;
+    EXPECT_EQ(objects.count(), 1);
+    EXPECT_TRUE(objects.isExist("@kept", "text"));
+    EXPECT_EQ(d.getProfileLines(nullptr), 0);
 }

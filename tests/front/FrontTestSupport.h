@@ -59,6 +59,26 @@ inline Image makeMono8(int width, int height, uint32_t seed) {
     return image;
 }
 
+// Channel `c` of pixel (x, y) of a source of `type` made from value(): grey for Mono8 and Mono12,
+// whose samples hold it in their top eight bits; RGB8 channels from seeds `seed` and on.
+inline uint8_t expected(uint32_t type, uint32_t x, uint32_t y, uint32_t c, uint32_t seed = 1) {
+    return value(x, y, type == PT::RGB8 ? c + seed : seed);
+}
+
+// Bytes of a Mono8, RGB8 or BGR8 `target` that differ from what such a source of type `from`
+// should give.
+inline int wrongPixels(BrxImage* target, uint32_t from, uint32_t seed = 1) {
+    const uint32_t n = target->pixelType == PT::Mono8 ? 1 : 3;
+    int wrong = 0;
+    for (uint32_t y = 0; y < target->height; ++y) {
+        for (uint32_t i = 0; i < n * target->width; ++i) {
+            const uint32_t c = target->pixelType == PT::BGR8 ? 2 - i % n : i % n;
+            wrong += row8(target, y)[i] != expected(from, i / n, y, c, seed);
+        }
+    }
+    return wrong;
+}
+
 // Runs the event loop until `done` holds or `ms` pass; the result is `done()`.
 inline bool pumpUntil(const std::function<bool()>& done, int ms = 5000) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
@@ -84,6 +104,13 @@ inline Params of(const std::string& text) {
         params[word.substr(0, word.find('='))] = word.substr(word.find('=') + 1);
     }
     return params;
+}
+
+// Each "a=1 b=2" of `text` set in `bag`.
+inline void setAll(QTD::PROPERTIES& bag, const std::string& text) {
+    for (const auto& entry : of(text)) {
+        bag.set(entry.first, entry.second, true);
+    }
 }
 
 // A host widget of a known size.

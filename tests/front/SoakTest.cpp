@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <unistd.h>
 
 using namespace FrontTest;
@@ -34,12 +35,7 @@ constexpr int Height = 480;
 
 long residentBytes() {
     long pages = 0, resident = 0;
-    if (FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) {
-            resident = 0;
-        }
-        std::fclose(f);
-    }
+    std::ifstream("/proc/self/statm") >> pages >> resident;
     return resident * sysconf(_SC_PAGESIZE);
 }
 
@@ -50,19 +46,19 @@ int soakSeconds() {
 }
 
 // Counts the events of one type that reach an object: queued calls and update requests are what
-// piles up when a thread is busy.
+// piles up when a thread is busy. Notes any event on a thread other than the object's.
 struct EventCount : QObject {
     EventCount(QObject* target, QEvent::Type type) : type(type) {
         target->installEventFilter(this);
     }
-    bool eventFilter(QObject*, QEvent* event) override {
-        if (event->type() == type) {
-            ++seen;
-        }
+    bool eventFilter(QObject* object, QEvent* event) override {
+        wrongThread |= QThread::currentThread() != object->thread();
+        seen += event->type() == type ? 1 : 0;
         return false;
     }
     QEvent::Type type;
     long seen = 0;
+    bool wrongThread = false;
 };
 
 // Every view and overlay command an application sends, one after the other, with the bad
@@ -123,6 +119,13 @@ struct Soak {
     }
     ~Soak() { stop(); }
 
+    // Starts, and lets buffers, fonts and the first frames be allocated; the resident size then.
+    long warmUp(bool menus = true) {
+        start(menus);
+        pump(300);
+        return residentBytes();
+    }
+
     void start(bool menus = true) {
         for (int t = 0; t < 3; ++t) {
             threads.emplace_back([this, t] {
@@ -170,12 +173,8 @@ struct Soak {
 
 TEST(Soak, FeedersCommandsAndTheEventLoopTogether) {
     Soak soak;
-    ASSERT_EQ(soak.live.initCode, 0u);
     QWidget& host = *soak.live.widget;
-    // Warm up: buffers, fonts and the first frames are allocated before memory is measured.
-    soak.start();
-    pump(300);
-    const long memoryBefore = residentBytes();
+    const long memoryBefore = soak.warmUp();
     const long processedBefore = soak.live.processed();
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(soakSeconds());
     for (int i = 0; std::chrono::steady_clock::now() < end; ++i) {
@@ -204,11 +203,8 @@ TEST(Soak, FeedersCommandsAndTheEventLoopTogether) {
 
 TEST(Soak, ABusyEventLoopLeavesNoBacklog) {
     Soak soak;
-    ASSERT_EQ(soak.live.initCode, 0u);
     QTDDisplay& d = *soak.live.display;
-    soak.start(false);
-    pump(300);
-    const long memoryBefore = residentBytes();
+    const long memoryBefore = soak.warmUp(false);
 
     // The event loop's thread is held while the camera threads hand over and commands run; they
     // stop before it runs again, so what it then finds is what piled up.
@@ -221,11 +217,12 @@ TEST(Soak, ABusyEventLoopLeavesNoBacklog) {
     EventCount barMoves(d.getWindow(), QTDWindow::scrollRequest());
     QCoreApplication::processEvents();
     const long checksSeen = checks.seen, framesSeen = frames.seen, barMovesSeen = barMoves.seen;
-    std::printf("held: offered %ld; then %ld queued calls, %ld update requests, %ld bar moves\n",
-                offeredWhileHeld, checksSeen, framesSeen, barMovesSeen);
     pump(200);
     const long memoryAfter = residentBytes();
-    std::printf("held: resident %ld -> %ld KiB\n", memoryBefore / 1024, memoryAfter / 1024);
+    std::printf("held: offered %ld; then %ld queued calls, %ld update requests, %ld bar moves; "
+                "resident %ld -> %ld KiB\n",
+                offeredWhileHeld, checksSeen, framesSeen, barMovesSeen, memoryBefore / 1024,
+                memoryAfter / 1024);
 
     EXPECT_GT(offeredWhileHeld, 100);
     // One buffer check was waiting, and the pass it makes asks for one more check and one frame:
@@ -248,15 +245,7 @@ TEST(Soak, ViewCommandsFromAThreadMoveTheBarsOnTheirThread) {
     ASSERT_TRUE(pumpUntil([&] { return live.processed() == 1; }));
     QTDViewer* viewer = live.display->viewer;
     QScrollBar* bar = viewer->horizontalBar();
-
-    struct BarThread : QObject {
-        bool eventFilter(QObject* object, QEvent*) override {
-            wrongThread |= QThread::currentThread() != object->thread();
-            return false;
-        }
-        bool wrongThread = false;
-    } watch;
-    bar->installEventFilter(&watch);
+    EventCount watch(bar, QEvent::None);
     std::thread([&] {
         // Actual size: the image is twice the window's width.
         Params fit{{"mode", "3"}};

@@ -1,20 +1,31 @@
 // Render targets and input textures on Mesa: pixels up and back exact at every depth and
-// stride, the caller's buffer untouched, the flipped target bottom-up, and the display shader's
-// scale against the CPU's shift.
+// stride, the caller's buffer untouched, the flipped target bottom-up, the display program's
+// coefficient by depth, and GL objects only with their context. Then the passes' shaders that no
+// stage runs yet: Mono10p/Mono12p unpacking against the CPU unpacker, and demosaicing, which must
+// give back any flat colour on every pattern (the colour passes are checked through their
+// stages).
 
 #include "GLTestSupport.h"
 
 #include "gpu/QGLImage.h"
+#include "gpu/QGLShaders.h"
 #include "gpu/QGLTexture.h"
+#include "image/BrxImageUnpack.h"
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxPixelTypes.h>
+
+#include <QOpenGLShaderProgram>
+#include <QVector2D>
+#include <QVector4D>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using GLTest::OnContext;
@@ -38,8 +49,7 @@ struct Pixels {
         for (uint32_t y = 0; y < record.height; ++y)
             for (uint32_t x = 0; x < samplesPerRow(); ++x) {
                 seed = seed * 1103515245u + 12345u;
-                uint32_t v = (seed >> 8) & ((1u << depth) - 1);
-                set(x, y, v);
+                set(x, y, (seed >> 8) & ((1u << depth) - 1));
             }
     }
 
@@ -71,7 +81,8 @@ struct Pixels {
 };
 
 // Rows of `b` against rows of `a`, row r of b against row map(r) of a; count of differences.
-template <typename Map> int differences(Pixels const& a, Pixels const& b, Map map) {
+int differences(
+    Pixels const& a, Pixels const& b, uint32_t (*map)(uint32_t) = [](uint32_t y) { return y; }) {
     int bad = 0;
     for (uint32_t y = 0; y < b.record.height; ++y)
         for (uint32_t s = 0; s < b.samplesPerRow(); ++s)
@@ -119,8 +130,7 @@ TEST_F(GLImage, FillAndReadRoundTripExactAtEveryDepthWidthAndStride) {
                 for (int readPad : {0, 5, 6}) {
                     Pixels back(w, 9, f.type, readPad);
                     ASSERT_EQ(target->readGPU(&back.record), back.record.imageData);
-                    EXPECT_EQ(differences(source, back, [](uint32_t y) { return y; }), 0)
-                        << "read pad " << readPad;
+                    EXPECT_EQ(differences(source, back), 0) << "read pad " << readPad;
                 }
                 // Its own record comes back too.
                 ASSERT_NE(target->readGPU(nullptr), nullptr);
@@ -181,12 +191,11 @@ TEST_F(GLImage, ProgramCoefficientByDepth) {
         };
         EXPECT_FLOAT_EQ(coefficient(true, nullptr), r.coef) << std::hex << r.type;
         EXPECT_FLOAT_EQ(coefficient(false, nullptr), 1.0f);
-        QTD::PROPERTIES zero;
-        zero.set("image.color.coef", "0", true);
-        EXPECT_FLOAT_EQ(coefficient(true, &zero), r.coef);
-        QTD::PROPERTIES given;
-        given.set("image.color.coef", "2.5", true);
-        EXPECT_FLOAT_EQ(coefficient(true, &given), 2.5f);
+        for (auto [given, coef] : {std::pair{"0", r.coef}, {"2.5", 2.5f}}) {
+            QTD::PROPERTIES props;
+            props.set("image.color.coef", given, true);
+            EXPECT_FLOAT_EQ(coefficient(true, &props), coef) << given;
+        }
     }
 }
 
@@ -201,7 +210,7 @@ TEST_F(GLImage, RefusalsChangeNothing) {
     EXPECT_EQ(other.bytes, before);
     Pixels back(16, 8, BRX_PIXEL_Mono8);
     ASSERT_NE(target->readGPU(&back.record), nullptr);
-    EXPECT_EQ(differences(source, back, [](uint32_t y) { return y; }), 0);
+    EXPECT_EQ(differences(source, back), 0);
 
     // Bayer and four-channel targets are not read.
     Pixels bayer(16, 8, BRX_PIXEL_BayerRG8);
@@ -255,6 +264,142 @@ TEST_F(GLImage, NothingIsMadeOrDeletedWithoutTheContext) {
     surface.end();
     surface.shut();
     target.reset();
+}
+
+class ShaderPass : public OnContext {
+protected:
+    // Draws `texture` into `target` with the program of the table pair, uniforms set by `set`.
+    void run(QGLImage& target, unsigned int texture, char const* vertex, char const* fragment,
+             std::function<void(QOpenGLShaderProgram&)> const& set) {
+        QOpenGLShaderProgram program;
+        ASSERT_TRUE(QTD::buildProgram(program, vertex, fragment));
+        ASSERT_TRUE(target.begin(nullptr));
+        ASSERT_TRUE(program.bind());
+        program.setUniformValue("source", 0);
+        set(program);
+        surface.glActiveTexture(GL_TEXTURE0);
+        surface.glBindTexture(GL_TEXTURE_2D, texture);
+        ASSERT_TRUE(target.render());
+        program.release();
+        surface.glBindTexture(GL_TEXTURE_2D, 0);
+        target.end();
+        EXPECT_EQ(surface.checkError(fragment, true, true), 0);
+    }
+};
+
+// Packed rows as a byte texture, decoded by the shader into 16-bit words, against the CPU
+// unpacker; the edge bytes of both layouts included.
+TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
+    struct Case {
+        unsigned int packed, unpacked;
+        int w, method;
+        int rowBytes;
+    } const cases[] = {
+        {BRX_PIXEL_Mono10p, BRX_PIXEL_Mono10, 8, 0, 10},
+        {BRX_PIXEL_Mono10p, BRX_PIXEL_Mono10, 36, 0, 45},
+        {BRX_PIXEL_Mono12p, BRX_PIXEL_Mono12, 6, 1, 9},
+        {BRX_PIXEL_Mono12p, BRX_PIXEL_Mono12, 34, 1, 51},
+    };
+    int const h = 5;
+    for (auto const& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.packed << std::dec << " w=" << c.w);
+        // The packed rows, and the same bytes as a Mono8 texture.
+        Pixels byteRows(c.rowBytes, h, BRX_PIXEL_Mono8);
+        std::vector<uint8_t>& packedBytes = byteRows.bytes;
+        uint32_t seed = 77;
+        for (auto& b : packedBytes) {
+            seed = seed * 1664525u + 1013904223u;
+            b = uint8_t(seed >> 24);
+        }
+        // The edge bytes: group 0 all ones, and the top bits of the last group.
+        packedBytes[0] = 0xFF;
+        packedBytes[1] = c.method == 0 ? 0x03 : 0x0F;
+        packedBytes[c.rowBytes - 1] = 0xFF;
+        BrxImage packed{};
+        QTDImageHelpers::imageCreateFormat(&packed, c.w, h, c.packed);
+        packed.stride = uint32_t(c.rowBytes);
+        packed.imageSize = byteRows.record.imageSize;
+        packed.imageData = packedBytes.data();
+
+        BrxImage cpu{};
+        QTDImageHelpers::imageCreateFormat(&cpu, c.w, h, c.unpacked);
+        ASSERT_EQ(BrxImageUnpack::Unpack(&packed, &cpu), 1);
+        std::unique_ptr<void, decltype(&std::free)> cpuBlock(cpu.allocatedData, &std::free);
+
+        QGLTexture input(&surface);
+        ASSERT_TRUE(input.init(&byteRows.record, nullptr));
+        ASSERT_TRUE(input.fill(&byteRows.record));
+
+        Pixels out(c.w, h, c.unpacked, 4);
+        QGLImage target(&surface);
+        ASSERT_TRUE(target.init(&out.record, nullptr));
+        run(target, input.texture(), "unpack.u3v.v.glsl", "unpack.u3v.f.glsl",
+            [&](QOpenGLShaderProgram& p) {
+                p.setUniformValue("sourceSize",
+                                  QVector4D(c.rowBytes, h, 1.0f / c.rowBytes, 1.0f / h));
+                p.setUniformValue("outputSize", QVector4D(c.w, h, 1.0f / c.w, 1.0f / h));
+                p.setUniformValue("method", c.method);
+            });
+        ASSERT_NE(target.readGPU(&out.record), nullptr);
+        for (int y = 0; y < h; ++y)
+            EXPECT_EQ(std::memcmp(out.bytes.data() + y * out.record.stride,
+                                  static_cast<uint8_t*>(cpu.imageData) + y * cpu.stride, 2 * c.w),
+                      0)
+                << "row " << y;
+        EXPECT_EQ(out.at(0, 0), c.method == 0 ? 1023u : 4095u);
+    }
+}
+
+// A flat colour sampled through each Bayer pattern comes back as that colour: the kernels keep
+// constants, and the pattern decides which site is which colour.
+TEST_F(ShaderPass, DemosaicingGivesBackFlatColourOnEveryPattern) {
+    struct Pattern {
+        unsigned int type;
+        float redX, redY;
+    } const patterns[] = {{BRX_PIXEL_BayerGR8, 1, 0},
+                          {BRX_PIXEL_BayerRG8, 0, 0},
+                          {BRX_PIXEL_BayerBG8, 1, 1},
+                          {BRX_PIXEL_BayerGB8, 0, 1}};
+    int const colours[][3] = {{200, 100, 30}, {10, 240, 128}, {90, 90, 90}};
+    int const w = 24, h = 16;
+    for (auto const& p : patterns)
+        for (auto const& rgb : colours) {
+            SCOPED_TRACE(testing::Message() << std::hex << p.type << std::dec << " " << rgb[0]
+                                            << "," << rgb[1] << "," << rgb[2]);
+            Pixels raw(w, h, p.type);
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    bool redRow = (y + int(p.redY)) % 2 == 0;
+                    bool redColumn = (x + int(p.redX)) % 2 == 0;
+                    int channel = redRow == redColumn ? (redRow ? 0 : 2) : 1;
+                    raw.bytes[y * w + x] = uint8_t(rgb[channel]);
+                }
+            QGLImage input(&surface);
+            ASSERT_TRUE(input.init(&raw.record, nullptr));
+            surface.glBindTexture(GL_TEXTURE_2D, input.texture());
+            ASSERT_TRUE(input.fillGPU(&raw.record));
+
+            Pixels out(w, h, BRX_PIXEL_RGB8);
+            QGLImage target(&surface);
+            ASSERT_TRUE(target.init(&out.record, nullptr));
+            run(target, input.texture(), "bayer.mmhc.v.glsl", "bayer.mmhc.f.glsl",
+                [&](QOpenGLShaderProgram& program) {
+                    program.setUniformValue("sourceSize", QVector4D(w, h, 1.0f / w, 1.0f / h));
+                    program.setUniformValue("firstRed", QVector2D(p.redX, p.redY));
+                    program.setUniformValue("flipVert", 0);
+                    program.setUniformValue("colorCoef", 1.0f);
+                    program.setUniformValue("colorHigh", 1.0f);
+                });
+            ASSERT_NE(target.readGPU(&out.record), nullptr);
+            // The border's neighbours repeat at the edge; the inside must be exact.
+            int worst = 0;
+            for (int y = 2; y < h - 2; ++y)
+                for (int x = 2; x < w - 2; ++x)
+                    for (int c = 0; c < 3; ++c)
+                        worst =
+                            std::max(worst, std::abs(int(out.at(x * 3 + c, uint32_t(y))) - rgb[c]));
+            EXPECT_LE(worst, 1);
+        }
 }
 
 } // namespace

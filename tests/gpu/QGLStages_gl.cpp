@@ -18,11 +18,10 @@
 #include <brx/BrxDisplayProcessor.h>
 #include <brx/BrxImgProcessingChain.h>
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
-#include <array>
-#include <climits>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -75,6 +74,18 @@ struct Release {
     }
 };
 template <class T> using Stage = std::unique_ptr<T, Release>;
+
+// Set up on `in` and run once: true when both succeed.
+bool runs(BrxImgProcessor* stage, BrxImage* in, BrxImage* out = nullptr) {
+    return stage->Init(in, out) == 0 && stage->ProcessImage(in, nullptr, nullptr) == 0;
+}
+// One frame through a set-up GPU stage, read back into its output.
+template <class T> bool processRead(T* stage, BrxImage* in) {
+    return stage->ProcessImage(in, nullptr, nullptr) == 0 && stage->RunCommand("readGPU") == 0;
+}
+auto within(int most) {
+    return testing::AllOf(testing::Ge(0), testing::Le(most));
+}
 
 // A frame of `type` whose rows lie `pad` bytes apart beyond the pixels, filled with noise that
 // often touches both ends of the range.
@@ -142,11 +153,15 @@ protected:
     }
     Controller controller;
 };
+// A stage against its CPU sister over formats and sizes.
+class FormatStage : public GLStage,
+                    public testing::WithParamInterface<std::tuple<uint32_t, Size>> {};
+using ImageStage = FormatStage;
+using CorrectionStage = FormatStage;
+using ColorationStage = FormatStage;
 
 // Mono and colour of 8 and 16 bits into RGB8 give the CPU's pixels within one level, the same
 // way up, from main memory and from the texture of a stage before.
-class ImageStage : public GLStage,
-                   public testing::WithParamInterface<std::tuple<uint32_t, Size>> {};
 
 TEST_P(ImageStage, MatchesTheCpuStage) {
     auto [type, size] = GetParam();
@@ -155,31 +170,17 @@ TEST_P(ImageStage, MatchesTheCpuStage) {
     QTDImageHelpers::imageCreateFormat(&shown, size.w, size.h, PixelType::RGB8);
 
     Stage<CPUIPImage> cpu(new CPUIPImage(nullptr));
-    ASSERT_EQ(cpu->Init(input.get(), &shown), 0u);
-    ASSERT_EQ(cpu->ProcessImage(input.get(), nullptr, nullptr), 0u);
-
+    ASSERT_TRUE(runs(cpu.get(), input.get(), &shown));
     Stage<QGLIPImage> direct(new QGLIPImage(&controller));
     direct->properties.set("readGPU", "1", true);
-    ASSERT_EQ(direct->Init(input.get(), &shown), 0u);
-    ASSERT_EQ(direct->ProcessImage(input.get(), nullptr, nullptr), 0u);
+    ASSERT_TRUE(runs(direct.get(), input.get(), &shown));
     EXPECT_EQ(direct->Output()->imageID, 77u);
-
-    Stage<QGLIPImage> upload(new QGLIPImage(&controller));
-    Stage<QGLIPImage> onward(new QGLIPImage(&controller));
-    ASSERT_EQ(upload->Init(input.get(), nullptr), 0u);
-    ASSERT_EQ(upload->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    ASSERT_EQ(onward->Init(upload->Output(), &shown), 0u);
-    ASSERT_EQ(onward->ProcessImage(upload->Output(), nullptr, nullptr), 0u);
+    Stage<QGLIPImage> upload(new QGLIPImage(&controller)), onward(new QGLIPImage(&controller));
+    ASSERT_TRUE(runs(upload.get(), input.get()));
+    ASSERT_TRUE(runs(onward.get(), upload->Output(), &shown));
     ASSERT_EQ(onward->RunCommand("readGPU"), 0u);
-
-    int fromMemory = worst(direct->Output(), cpu->Output());
-    int fromTexture = worst(onward->Output(), cpu->Output());
-    EXPECT_GE(fromMemory, 0);
-    EXPECT_LE(fromMemory, 1);
-    EXPECT_GE(fromTexture, 0);
-    EXPECT_LE(fromTexture, 1);
-    std::printf("image stage 0x%x %dx%d: max difference %d (memory), %d (texture)\n", type, size.w,
-                size.h, fromMemory, fromTexture);
+    EXPECT_THAT(worst(direct->Output(), cpu->Output()), within(1)) << "from memory";
+    EXPECT_THAT(worst(onward->Output(), cpu->Output()), within(1)) << "from a texture";
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, ImageStage,
@@ -191,8 +192,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, ImageStage,
 // Gains, offsets and gamma at 8 bits give the CPU's table within one level; gamma 1.005 is none
 // on both, 1.02 is applied on both; absent gamma is none. The automatic mode, which the CPU does
 // not have, against its rule.
-class CorrectionStage : public GLStage,
-                        public testing::WithParamInterface<std::tuple<uint32_t, Size>> {};
 
 TEST_P(CorrectionStage, MatchesTheCpuStage) {
     auto [type, size] = GetParam();
@@ -208,7 +207,6 @@ TEST_P(CorrectionStage, MatchesTheCpuStage) {
     Frame input(size.w, size.h, type, size.pad);
     Stage<QGLIPColorCorrection> gpu(new QGLIPColorCorrection(&controller));
     ASSERT_EQ(gpu->Init(input.get(), nullptr), 0u);
-    int most = 0;
     for (Map params : cases) {
         Frame expected(input);
         Stage<CPUIPColorCorrection> cpu(new CPUIPColorCorrection(nullptr));
@@ -216,21 +214,16 @@ TEST_P(CorrectionStage, MatchesTheCpuStage) {
         ASSERT_TRUE(cpu->RunCommandParams("cmd.params.apply", &params));
         ASSERT_EQ(cpu->ProcessImage(expected.get(), nullptr, nullptr), 0u);
         ASSERT_TRUE(gpu->RunCommandParams("cmd.params.apply", &params));
-        ASSERT_EQ(gpu->ProcessImage(input.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
-        int d = worst(gpu->Output(), expected.get());
-        EXPECT_GE(d, 0);
-        EXPECT_LE(d, 1) << testing::PrintToString(params);
-        most = std::max(most, d);
+        ASSERT_TRUE(processRead(gpu.get(), input.get()));
+        EXPECT_THAT(worst(gpu->Output(), expected.get()), within(1))
+            << testing::PrintToString(params);
     }
-    std::printf("correction 0x%x %dx%d: max difference %d\n", type, size.w, size.h, most);
 
     if (type != PixelType::RGB8)
         return;
     Map automatic{{"gain.r", "1.5"}, {"gain.g", "0.7"}, {"offs.b", "0.05"}, {"debug.mode", "1"}};
     ASSERT_TRUE(gpu->RunCommandParams("cmd.params.apply", &automatic));
-    ASSERT_EQ(gpu->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
+    ASSERT_TRUE(processRead(gpu.get(), input.get()));
     Frame rule(input);
     double const gain[3] = {1.5, 0.7, 1}, offs[3] = {0, 0, 0.05};
     for (uint32_t y = 0; y < rule.record.height; ++y)
@@ -248,8 +241,7 @@ TEST_P(CorrectionStage, MatchesTheCpuStage) {
 
     // Disabled, the input comes through unchanged.
     ASSERT_EQ(gpu->RunCommand("disable"), 0u);
-    ASSERT_EQ(gpu->ProcessImage(input.get(), nullptr, nullptr), 0u);
-    ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
+    ASSERT_TRUE(processRead(gpu.get(), input.get()));
     EXPECT_EQ(worst(gpu->Output(), input.get()), 0);
 }
 
@@ -260,8 +252,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, CorrectionStage,
 // The same pixels marked as by the CPU stage, at the automatic extremes and in between, with the
 // raw samples taken from "image.unpacked" of each path's chain. (The CPU sums 16-bit colour in
 // 16 signed bits, where it wraps; the GPU cannot follow it there, so RGB16 is left out.)
-class ColorationStage : public GLStage,
-                        public testing::WithParamInterface<std::tuple<uint32_t, Size>> {};
 
 TEST_P(ColorationStage, MarksThePixelsTheCpuMarks) {
     auto [type, size] = GetParam();
@@ -276,23 +266,19 @@ TEST_P(ColorationStage, MarksThePixelsTheCpuMarks) {
         Frame painted(picture);
 
         Stage<CPUIPImage> cpuSource(new CPUIPImage(nullptr));
-        ASSERT_EQ(cpuSource->Init(raw.get(), nullptr), 0u);
-        ASSERT_EQ(cpuSource->ProcessImage(raw.get(), nullptr, nullptr), 0u);
+        ASSERT_TRUE(runs(cpuSource.get(), raw.get()));
         Chain cpuChain(cpuSource.get());
         Stage<CPUIPExposureColoration> cpu(new CPUIPExposureColoration(&cpuChain));
         Stage<QGLIPImage> gpuSource(new QGLIPImage(&controller));
-        ASSERT_EQ(gpuSource->Init(raw.get(), nullptr), 0u);
-        ASSERT_EQ(gpuSource->ProcessImage(raw.get(), nullptr, nullptr), 0u);
+        ASSERT_TRUE(runs(gpuSource.get(), raw.get()));
         Chain gpuChain(gpuSource.get());
         Stage<QGLIPExposureColoration> gpu(new QGLIPExposureColoration(&controller, &gpuChain));
         for (QTD::PROPERTIES* bag : {&cpu->properties, &gpu->properties}) {
             bag->set("thres.lo", QTD::ATTR(lo), true);
             bag->set("thres.hi", QTD::ATTR(hi), true);
         }
-        ASSERT_EQ(cpu->Init(painted.get(), nullptr), 0u);
-        ASSERT_EQ(cpu->ProcessImage(painted.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(gpu->Init(picture.get(), nullptr), 0u);
-        ASSERT_EQ(gpu->ProcessImage(picture.get(), nullptr, nullptr), 0u);
+        ASSERT_TRUE(runs(cpu.get(), painted.get()));
+        ASSERT_TRUE(runs(gpu.get(), picture.get()));
         ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
 
         int marked = 0;
@@ -300,8 +286,6 @@ TEST_P(ColorationStage, MarksThePixelsTheCpuMarks) {
             marked += painted.bytes[i] != picture.bytes[i];
         EXPECT_GT(marked, 0);
         EXPECT_EQ(worst(gpu->Output(), painted.get()), 0);
-        std::printf("coloration 0x%x %dx%d %d..%d: %d samples marked\n", type, size.w, size.h, lo,
-                    hi, marked);
     }
 }
 
@@ -310,18 +294,14 @@ INSTANTIATE_TEST_SUITE_P(Formats, ColorationStage,
                                                           PixelType::RGB8, PixelType::RGB12),
                                           testing::ValuesIn(Sizes)));
 
-// The box of the pixels that differ between two images of one size, as x0, y0, x1, y1.
-std::array<int, 4> changedBox(BrxImage* a, BrxImage* b) {
-    std::array<int, 4> box{INT32_MAX, INT32_MAX, -1, -1};
-    for (uint32_t y = 0; y < a->height; ++y)
-        for (uint32_t x = 0; x < a->width * a->channels; ++x)
-            if (static_cast<uint8_t*>(a->imageData)[y * a->stride + x] !=
-                static_cast<uint8_t*>(b->imageData)[y * b->stride + x]) {
-                int px = int(x / a->channels);
-                box = {std::min(box[0], px), std::min(box[1], int(y)), std::max(box[2], px),
-                       std::max(box[3], int(y))};
-            }
-    return box;
+// The box of the pixels that differ between two images of one size.
+GLTest::Box changedBox(BrxImage* a, BrxImage* b) {
+    auto at = [](BrxImage* m, int x, int y) {
+        return static_cast<uint8_t*>(m->imageData) + y * m->stride + x * m->channels;
+    };
+    return GLTest::inkBox(int(a->width), int(a->height), [&](int x, int y) {
+        return std::memcmp(at(a, x, y), at(b, x, y), a->channels) != 0;
+    });
 }
 
 // Without objects the image is copied as it is; text stands where the CPU burns it, within a
@@ -342,8 +322,7 @@ TEST_F(GLStage, OverlayDrawsTextWhereTheCpuBurnsIt) {
         Stage<QGLIPImageOverlay> gpu(new QGLIPImageOverlay(&controller));
         ASSERT_EQ(cpu->Init(burnt.get(), nullptr), 0u);
         ASSERT_EQ(gpu->Init(image.get(), nullptr), 0u);
-        ASSERT_EQ(gpu->ProcessImage(image.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
+        ASSERT_TRUE(processRead(gpu.get(), image.get()));
         EXPECT_EQ(worst(gpu->Output(), image.get()), 0);
 
         std::map<std::string, std::string> params{
@@ -352,13 +331,12 @@ TEST_F(GLStage, OverlayDrawsTextWhereTheCpuBurnsIt) {
         ASSERT_TRUE(cpu->RunCommandParams("cmd.text.add", &params));
         ASSERT_TRUE(gpu->RunCommandParams("cmd.text.add", &same));
         ASSERT_EQ(cpu->ProcessImage(burnt.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(gpu->ProcessImage(image.get(), nullptr, nullptr), 0u);
-        ASSERT_EQ(gpu->RunCommand("readGPU"), 0u);
+        ASSERT_TRUE(processRead(gpu.get(), image.get()));
         auto cpuBox = changedBox(burnt.get(), image.get());
         auto gpuBox = changedBox(gpu->Output(), image.get());
-        ASSERT_GE(cpuBox[2], 0);
-        for (int k = 0; k < 4; ++k)
-            EXPECT_NEAR(gpuBox[k], cpuBox[k], 1) << k;
+        ASSERT_GT(cpuBox.lit, 0);
+        for (auto edge : GLTest::Edges)
+            EXPECT_NEAR(gpuBox.*edge, cpuBox.*edge, 1);
     }
 }
 

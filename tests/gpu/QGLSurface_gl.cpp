@@ -1,23 +1,31 @@
-// The GL surface on Mesa under Xvfb: its bag, the context bracket, the swap throttle and the
-// error words.
+// The GL surface on Mesa under Xvfb: the begin deadline, the swap throttle, the error words, where
+// drawing lands, and text where the memory surface burns the same text, glyph for glyph. The GL
+// screen on it: the image where the view puts it, upright from a bottom-up target, and the
+// part-of-texture path for views beyond the driver's viewport showing the same picture.
 
 #include "GLTestSupport.h"
 
-#include "gpu/QGLSurfaceRef.h"
+#include "cpu/MEMSurface.h"
+#include "gpu/QGLImage.h"
+#include "gpu/QGLScreen.h"
+#include "gpu/QGLSurfaceText.h"
+#include "image/QTDImageHelpers.h"
 
-#include <QImage>
-#include <QOpenGLContext>
+#include <brx/BrxPixelTypes.h>
 
 #include <algorithm>
+#include <cmath>
+#include <memory>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
-using GLTest::OnContext;
-
 namespace {
 
-class GLSurface : public OnContext {};
+using GLSurface = GLTest::OnContext;
+using GLTest::Box;
+using GLTest::inkBox;
 
 // begin's deadline wraps in 32 bits: near today's clock it lies in the past, so the retry
 // loop ends after its first try; only a clock near its epoch would get the full 3 s.
@@ -65,37 +73,12 @@ TEST_F(GLSurface, ErrorWordsNameTheCodeAndInvalidOperationIsLenient) {
     EXPECT_EQ(surface.props.get("error"), "");
 }
 
-// Drawing maps surface coordinates (y down) through the area onto GL's (y up): a filled
-// rectangle lands where the surface says, seen in the back buffer.
-TEST_F(GLSurface, FillRectLandsAtSurfaceCoordinates) {
-    surface.setViewport(0, 0);
-    surface.glClearColor(0, 0, 0, 1);
-    surface.glClear(GL_COLOR_BUFFER_BIT);
-    QTD::RgbColor red(255, 0, 0);
-    surface.fillRect(10, 20, 30, 40, &red);
-    std::vector<unsigned char> rgba(320 * 240 * 4);
-    surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
-    auto redAt = [&](int x, int y) { return rgba[((239 - y) * 320 + x) * 4] > 200; };
-    EXPECT_TRUE(redAt(10, 20));
-    EXPECT_TRUE(redAt(39, 59));
-    EXPECT_FALSE(redAt(9, 20));
-    EXPECT_FALSE(redAt(10, 19));
-    EXPECT_FALSE(redAt(40, 59));
-    EXPECT_FALSE(redAt(39, 60));
-    EXPECT_EQ(surface.checkError("fill", true, true), 0);
-}
-
-// Lines: a single point draws nothing, a rectangle's outline lies on its corners within a
-// pixel, and a default fill covers the whole surface.
-TEST_F(GLSurface, LinesAndDefaultFill) {
-    auto shot = [&] {
-        std::vector<unsigned char> rgba(320 * 240 * 4);
-        surface.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        surface.glReadPixels(0, 0, 320, 240, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
-        return rgba;
-    };
-    auto lit = [](std::vector<unsigned char> const& rgba, int x, int y, int slack) {
+// Drawing maps surface coordinates (y down) through the area onto GL's (y up), seen in the back
+// buffer: a filled rectangle lands where the surface says, a single point draws nothing, a
+// rectangle's outline lies on its corners within a pixel, and a default fill covers it all.
+TEST_F(GLSurface, FillsAndLinesLandAtSurfaceCoordinates) {
+    // Whether a pixel within `slack` of (x, y) is lit green.
+    auto lit = [](std::vector<unsigned char> const& rgba, int x, int y, int slack = 0) {
         for (int dy = -slack; dy <= slack; ++dy)
             for (int dx = -slack; dx <= slack; ++dx) {
                 int px = x + dx, py = y + dy;
@@ -105,30 +88,192 @@ TEST_F(GLSurface, LinesAndDefaultFill) {
             }
         return false;
     };
-    surface.setViewport(0, 0);
-    surface.glClearColor(0, 0, 0, 1);
-    surface.glClear(GL_COLOR_BUFFER_BIT);
+    clearBlack();
     QTD::RgbColor green(0, 255, 0);
-    QTD::TPAIRS<int> one = {{50, 50}};
+    surface.fillRect(10, 20, 30, 40, &green);
+    std::vector<unsigned char> filled = readBack();
+    for (auto [x, y, in] : {std::tuple{10, 20, true},
+                            {39, 59, true},
+                            {9, 20, false},
+                            {10, 19, false},
+                            {40, 59, false},
+                            {39, 60, false}})
+        EXPECT_EQ(lit(filled, x, y), in) << x << "," << y;
+
+    clearBlack();
+    QTD::TPAIRS<int> one = {{50, 50}}, none;
     surface.polyLine(one, &green, 3, 0);
-    QTD::TPAIRS<int> none;
     surface.polyLine(none, &green, 3, 0);
-    std::vector<unsigned char> empty = shot();
+    std::vector<unsigned char> empty = readBack();
     EXPECT_EQ(std::count(empty.begin(), empty.end(), 255), 320 * 240) << "alpha only";
 
     surface.rect(100, 60, 80, 40, &green, 1, 0);
-    std::vector<unsigned char> box = shot();
+    std::vector<unsigned char> box = readBack();
     for (auto [x, y] :
          {std::pair{100, 60}, {180, 60}, {180, 100}, {100, 100}, {140, 60}, {100, 80}})
         EXPECT_TRUE(lit(box, x, y, 1)) << x << "," << y;
     EXPECT_FALSE(lit(box, 140, 80, 5));
 
     surface.fillRect(-1, -1, -1, -1, &green);
-    std::vector<unsigned char> full = shot();
-    EXPECT_TRUE(lit(full, 0, 0, 0));
-    EXPECT_TRUE(lit(full, 319, 239, 0));
-    EXPECT_TRUE(lit(full, 160, 120, 0));
+    std::vector<unsigned char> full = readBack();
+    for (auto [x, y] : {std::pair{0, 0}, {319, 239}, {160, 120}})
+        EXPECT_TRUE(lit(full, x, y)) << x << "," << y;
     EXPECT_EQ(surface.checkError("lines", true, true), 0);
+}
+
+class GLText : public GLTest::OnContext {
+protected:
+    // The text in white on black, as window pixels, y down.
+    Box onGL(char const* text, int x, int y, char const* font) {
+        clearBlack();
+        QTD::RgbColor white(255, 255, 255);
+        surface.text(text, x, y, font, &white);
+        EXPECT_EQ(surface.mode, 0);
+        std::vector<unsigned char> rgba = readBack();
+        return inkBox(320, 240, [&](int px, int py) { return rgba[((239 - py) * 320 + px) * 4]; });
+    }
+
+    Box inMemory(char const* text, int x, int y, char const* font) {
+        std::unique_ptr<BrxImage, QTDImageHelpers::ImageDeleter> image(
+            QTDImageHelpers::imageCreateImage(nullptr, 320, 240, BRX_PIXEL_Mono8));
+        MEMSurface memory;
+        EXPECT_TRUE(memory.init(nullptr));
+        QTD::PROPERTIES frame;
+        frame.set("image", QTD::ATTR(static_cast<void*>(image.get())), true);
+        EXPECT_TRUE(memory.begin(&frame));
+        QTD::RgbColor white(255, 255, 255);
+        memory.text(text, x, y, font, &white);
+        memory.end();
+        auto* pixels = static_cast<unsigned char*>(image->imageData);
+        return inkBox(320, 240,
+                      [&](int px, int py) { return pixels[size_t(py) * image->stride + px]; });
+    }
+};
+
+TEST_F(GLText, LandsWhereTheMemorySurfacesTextLands) {
+    struct Case {
+        char const* text;
+        int x, y;
+        char const* font;
+    } const cases[] = {
+        {"Hello, gl 42", 20, 30, "default"},
+        {"Ag|jy", 150, 100, "large"},
+        {"fixed\twidth", 5, 200, "fixed"},
+        {"two\nlines", 60, 60, "bold"},
+        {"edge", 0, 0, "medium"},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.text);
+        Box gl = onGL(c.text, c.x, c.y, c.font);
+        Box mem = inMemory(c.text, c.x, c.y, c.font);
+        ASSERT_GT(mem.lit, 10);
+        for (auto edge : GLTest::Edges)
+            EXPECT_NEAR(gl.*edge, mem.*edge, 1);
+        // Every pixel a glyph covers at all: blended on GL, painted whole in memory.
+        EXPECT_NEAR(gl.lit, mem.lit, mem.lit / 50 + 2);
+    }
+    EXPECT_EQ(surface.checkError("text", true, true), 0);
+}
+
+int const W = 320, H = 240;
+
+class GLScreen : public GLTest::OnContext {
+protected:
+    void SetUp() override {
+        OnContext::SetUp();
+        surface.props.set("smoothing", "0", true);
+        // A picture whose every pixel tells its place: red the column, green the row.
+        source.reset(QTDImageHelpers::imageCreateImage(nullptr, 200, 100, BRX_PIXEL_RGB8));
+        auto* p = static_cast<unsigned char*>(source->imageData);
+        for (int y = 0; y < 100; ++y)
+            for (int x = 0; x < 200; ++x) {
+                p[y * source->stride + x * 3] = static_cast<unsigned char>(x);
+                p[y * source->stride + x * 3 + 1] = static_cast<unsigned char>(y * 2);
+                p[y * source->stride + x * 3 + 2] = 255;
+            }
+        // Bottom-up on the GPU, as the window wants it.
+        QTD::PROPERTIES flip;
+        flip.set("image.flip.vert", "1", true);
+        target = std::make_unique<QGLImage>(&surface);
+        ASSERT_TRUE(target->init(source.get(), &flip));
+        surface.glBindTexture(GL_TEXTURE_2D, target->texture());
+        ASSERT_TRUE(target->fillGPU(source.get()));
+        surface.glBindTexture(GL_TEXTURE_2D, 0);
+        screen = std::make_unique<QGLScreen>(&surface);
+        ASSERT_TRUE(screen->init(nullptr, 200, 100, QTDScreen::FitActual));
+        screen->window(W, H);
+        screen->props.set("color", "0", true);
+    }
+
+    void TearDown() override {
+        target.reset();
+        OnContext::TearDown();
+    }
+
+    // One frame as the window draws it, read back as window pixels (y down, RGB).
+    std::vector<unsigned char> frame() {
+        EXPECT_TRUE(screen->begin(nullptr));
+        screen->clear(false);
+        EXPECT_TRUE(screen->draw(target->image(), nullptr));
+        std::vector<unsigned char> rgba = readBack(W, H);
+        std::vector<unsigned char> rgb(W * H * 3);
+        for (int y = 0; y < H; ++y)
+            for (int x = 0; x < W; ++x)
+                for (int c = 0; c < 3; ++c)
+                    rgb[(y * W + x) * 3 + c] = rgba[((H - 1 - y) * W + x) * 4 + c];
+        return rgb;
+    }
+
+    QTDImageHelpers::ImagePtr source;
+    std::unique_ptr<QGLImage> target;
+    std::unique_ptr<QGLScreen> screen;
+};
+
+// At 1:1 each window pixel inside the image's rectangle is the image pixel under it, the
+// right way up, and the background lies around it.
+TEST_F(GLScreen, ActualSizeShowsEveryPixelUprightWhereTheViewPutsIt) {
+    std::vector<unsigned char> shot = frame();
+    QTD::TRECT<double> at = screen->imageRect();
+    int left = int(std::lround(at.x)), top = int(std::lround(at.y));
+    int wrong = 0;
+    for (int y = 0; y < 100; ++y)
+        for (int x = 0; x < 200; ++x) {
+            unsigned char const* px = &shot[((top + y) * W + left + x) * 3];
+            wrong += px[0] != x || px[1] != y * 2 || px[2] != 255;
+        }
+    EXPECT_EQ(wrong, 0);
+    unsigned char const* corner = &shot[0];
+    EXPECT_EQ(corner[0] + corner[1] + corner[2], 0);
+    EXPECT_EQ(surface.checkError("frame", true, true), 0);
+}
+
+// Zoomed past a small viewport limit, the visible part is cut from the texture: the window
+// shows what the whole texture shows with the driver's own limit.
+TEST_F(GLScreen, PartialPathShowsWhatTheWholeTextureShows) {
+    struct View {
+        double scale, x, y;
+    } const views[] = {
+        {1.0, 0.5, 0.5}, {0.5, 0.5, 0.5}, {0.25, 0.5, 0.5}, {0.25, 0.2, 0.7}, {0.25, 0.9, 0.1}};
+    for (auto const& v : views) {
+        double scale = v.scale;
+        SCOPED_TRACE(testing::Message() << scale << " at " << v.x << ";" << v.y);
+        screen->scale(scale, true);
+        screen->at(v.x, v.y);
+        std::vector<unsigned char> whole = frame();
+        QTD::ATTR limit = surface.props.get("gl.viewport");
+        surface.props.set("gl.viewport", "64", true);
+        std::vector<unsigned char> part = frame();
+        surface.props.set("gl.viewport", limit, true);
+        int far = 0, picture = 0;
+        for (size_t i = 0; i < whole.size(); ++i)
+            far += std::abs(int(whole[i]) - int(part[i])) > 8;
+        for (size_t i = 2; i < part.size(); i += 3)
+            picture += part[i] == 255;
+        // The picture covers as much of the window as its zoomed size allows.
+        EXPECT_EQ(picture, std::min(W, int(200 / scale)) * std::min(H, int(100 / scale)));
+        // Texel edges may fall one pixel apart; nothing else may differ.
+        EXPECT_LT(far, int(whole.size() / 50)) << far;
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
-// The pipe runs its objects in order and hands each one's result to the next; a pass whose
-// program does not build fails its init.
+// The pipe runs its objects in order and hands each one's result to the next; every shader of
+// the table compiles and every pass links on Mesa, and a pass whose program does not build fails
+// its init.
 
 #include "GLTestSupport.h"
 
@@ -9,6 +10,8 @@
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxPixelTypes.h>
+
+#include <QOpenGLShaderProgram>
 
 #include <string>
 #include <vector>
@@ -104,6 +107,25 @@ public:
 };
 
 using RenderObjectGL = GLTest::OnContext;
+using GLShaders = GLTest::OnContext;
+
+// Each text on its own, through the driver's compile status, then each pass linked.
+TEST_F(GLShaders, EveryShaderCompilesAndEveryPassLinks) {
+    for (int i = 0; i < 10; ++i) {
+        bool vertex = QTD::SHADERS[i].first.findPos(".v.glsl") >= 0;
+        unsigned int shader = surface.makeShader(vertex ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER,
+                                                 QTD::SHADERS[i].second.c_str());
+        EXPECT_NE(shader, 0u) << QTD::SHADERS[i].first << ": " << surface.props.get("error");
+        surface.glDeleteShader(shader);
+    }
+    for (int i = 0; i < 10; i += 2) {
+        QOpenGLShaderProgram program;
+        EXPECT_TRUE(QTD::buildProgram(program, QTD::SHADERS[i].first.c_str(),
+                                      QTD::SHADERS[i + 1].first.c_str()))
+            << QTD::SHADERS[i].first;
+        EXPECT_NE(program.programId(), 0u);
+    }
+}
 
 TEST_F(RenderObjectGL, AProgramThatDoesNotBuildFailsInit) {
     BrxImage format{};
