@@ -1,12 +1,12 @@
 #include "chain/QTDConverter.h"
 
+#include "chain/Backend.h"
 #include "chain/QTDProcessor.h"
 #include "image/QTDImageHelpers.h"
 #include "screen/QTDSurface.h"
 
 #include <brx/BrxComponent.h>
 #include <brx/BrxDisplayProcessor.h>
-#include <brx/BrxImgProcessors.h>
 
 #include <mutex>
 
@@ -14,6 +14,15 @@ using QTD::ATTR;
 using namespace QTD::Procs;
 
 namespace {
+
+// Reverses the order of the rows of `image` in place (flag false: about the horizontal axis).
+void flipRows(BrxImage* image) {
+    if (image->bitsPerChannel > 8) {
+        QTDImageHelpers::dataFlip16b(image, nullptr, false);
+    } else {
+        QTDImageHelpers::dataFlip8b(image, nullptr, false);
+    }
+}
 
 bool sameSize(const BrxImage* image, const BrxImage* format) {
     return image != nullptr && format != nullptr && image->width != 0 && image->height != 0 &&
@@ -88,7 +97,9 @@ uint32_t QTDConverter::Init(BrxImage* input, BrxImage* target) {
         return report(CodeNotReady);
     }
 
-    lastStage = BrxDisplayCPU::Image::CreateComponent(nullptr);
+    // The caller's format is written in main memory on both backends: a GPU chain's result is
+    // read back first.
+    lastStage = QTD::Backend::cpu().newStage(QTD::StageKind::Image, nullptr, nullptr);
     if (lastStage == nullptr) {
         return report(CodeFailed);
     }
@@ -170,6 +181,12 @@ uint32_t QTDConverter::ProcessImage(BrxImage* source, BrxImage* target, void* co
                     stageComponent->GetParamInt("readGPU", &readBack);
                     if (readBack == 0) {
                         stageComponent->RunCommand("readGPU");
+                    }
+                    // A GPU chain leaves its result the way the GL screen draws it, bottom row
+                    // first, unless it leaves the flip to the viewer ("flip" 1): the caller
+                    // gets it top row first, as from the CPU chain.
+                    if (chain->properties.getAs<int>("flip", "0", true) != 1) {
+                        flipRows(current);
                     }
                 }
             }

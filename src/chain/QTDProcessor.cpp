@@ -1,5 +1,6 @@
 #include "chain/QTDProcessor.h"
 
+#include "chain/Backend.h"
 #include "core/ATTR.h"
 #include "image/QTDImageHelpers.h"
 #include "screen/QTDSurface.h"
@@ -13,19 +14,6 @@ using QTD::ATTR;
 using namespace QTD::Procs;
 
 namespace {
-
-template <class Kind> BrxImgProcessor* create(BrxComponent* parent) {
-    return Kind::CreateComponent(parent);
-}
-
-// Factories of the CPU composition.
-using Factory = BrxImgProcessor* (*)(BrxComponent* parent);
-const Factory createYUV2RGB = create<BrxDisplayCPU::YUV2RGB>;
-const Factory createUnpack = create<BrxDisplayCPU::Unpack>;
-const Factory createImage = create<BrxDisplayCPU::Image>;
-const Factory createColorCorrection = create<BrxDisplayCPU::ColorCorrection>;
-const Factory createCpuBayer = create<BrxDisplayCPU::Bayer>;
-const Factory createCpuOverlay = create<BrxDisplayCPU::ImageOverlay>;
 
 // A pass is bracketed by the surface's begin and end, so that GPU stages draw into a current
 // context.
@@ -221,69 +209,125 @@ uint32_t QTDProcessor::Init(BrxImage* input, BrxImage* output) {
     return 0;
 }
 
-int QTDProcessor::compose(StageFactory create, const char* name, BrxImage* format,
-                          BrxImage* initOutput,
-                          void (*setup)(QTDProcessor* chain, BrxImgProcessor* stage)) {
-    BrxImgProcessor* stage = create != nullptr ? create(GetComponent()) : nullptr;
+int QTDProcessor::compose(const QTD::Backend& backend, QTD::StageKind kind, const char* name,
+                          BrxImage* input, BrxImage* initOutput, Settings settings) {
+    BrxImgProcessor* stage = backend.newStage(kind, display, GetComponent());
     if (stage == nullptr) {
         return CodeFailed;
     }
-    if (setup != nullptr) {
-        setup(this, stage);
+    for (const auto& setting : settings) {
+        stage->GetComponent()->SetParamAsString(setting.first, const_cast<char*>(setting.second));
     }
-    if (statusCode(stage->Init(format, initOutput)) != 0 || AddProcessor(name, stage) != CodeOk) {
+    if (statusCode(stage->Init(currentFormat(input), initOutput)) != 0 ||
+        AddProcessor(name, stage) != CodeOk) {
         destroyStage(stage);
         return CodeFailed;
     }
     return CodeOk;
 }
 
-int QTDProcessor::initCPU(BrxImage* input, BrxImage* output) {
-    // The composition asks the chain at each step what comes out so far; on the empty chain
-    // that is the input itself.
-    auto type = [&]() { return currentFormat(input)->pixelType; };
-    auto composeStep = [&](StageFactory create, const char* name, BrxImage* initOutput,
-                           void (*setup)(QTDProcessor*, BrxImgProcessor*)) {
-        return compose(create, name, currentFormat(input), initOutput, setup);
-    };
+int QTDProcessor::composeInput(const QTD::Backend& backend, BrxImage* input, BrxImage* output) {
+    const QTD::Backend& cpu = QTD::Backend::cpu();
+    if (currentFormat(input)->pixelType == PixelType::YUV422_8_UYVY &&
+        compose(cpu, QTD::StageKind::YUV2RGB, "yuv2rgb", input, output) != CodeOk) {
+        return CodeFailed;
+    }
+    if (!isIn(PACKED_INDEX, currentFormat(input)->pixelType)) {
+        return CodeOk;
+    }
+    // The only fall-back between backends: a GPU unpack that cannot be set up leaves the work to
+    // the CPU one under the same name.
+    if (compose(backend, QTD::StageKind::Unpack, "unpack", input, output) == CodeOk ||
+        (backend.isGpu() &&
+         compose(cpu, QTD::StageKind::Unpack, "unpack", input, output) == CodeOk)) {
+        return CodeOk;
+    }
+    return CodeFailed;
+}
 
-    if (type() == PixelType::YUV422_8_UYVY &&
-        composeStep(createYUV2RGB, "yuv2rgb", output, nullptr) != 0) {
+int QTDProcessor::initCPU(BrxImage* input, BrxImage* output) {
+    using QTD::StageKind;
+    const QTD::Backend& cpu = QTD::Backend::cpu();
+    if (composeInput(cpu, input, output) != CodeOk) {
         return CodeFailed;
     }
-    if (isIn(PACKED_INDEX, type()) && composeStep(createUnpack, "unpack", output, nullptr) != 0) {
-        return CodeFailed;
+    Settings unpacked;
+    if (properties.getAs<int>("image.downscale", "0", true) == 1) {
+        unpacked = {{"depth", "8"}};
     }
-    auto unpackedSetup = [](QTDProcessor* chain, BrxImgProcessor* stage) {
-        if (chain->properties.getAs<int>("image.downscale", "0", true) == 1) {
-            stage->GetComponent()->SetParamInt("depth", 8);
-        }
-    };
-    if (composeStep(createImage, "image.unpacked", nullptr, unpackedSetup) != 0) {
+    if (compose(cpu, StageKind::Image, "image.unpacked", input, nullptr, unpacked) != CodeOk) {
         return CodeFailed;
     }
     // Raw images pass through untouched until exposure coloration asks for a private copy.
     GetProcessor("image.unpacked")->Enable(false);
-    if (isIn(BAYER_INDEX, type()) && composeStep(createCpuBayer, "bayer", output, nullptr) != 0) {
+    if (isIn(BAYER_INDEX, currentFormat(input)->pixelType) &&
+        compose(cpu, StageKind::Bayer, "bayer", input, output) != CodeOk) {
         return CodeFailed;
     }
-    if (composeStep(createColorCorrection, "image.colorcorrection", nullptr, nullptr) != 0) {
-        return CodeFailed;
-    }
-    if (composeStep(createCpuOverlay, "image.overlay", nullptr, nullptr) != 0) {
-        return CodeFailed;
-    }
-    if (composeStep(createImage, "image.output", nullptr, nullptr) != 0) {
+    if (compose(cpu, StageKind::ColorCorrection, "image.colorcorrection", input, nullptr) !=
+            CodeOk ||
+        compose(cpu, StageKind::ImageOverlay, "image.overlay", input, nullptr) != CodeOk ||
+        compose(cpu, StageKind::Image, "image.output", input, nullptr) != CodeOk) {
         return CodeFailed;
     }
     return CodeOk;
 }
 
 int QTDProcessor::initQGL(BrxImage* input, BrxImage* output) {
-    (void)input;
-    (void)output;
-    // The OpenGL stages are not part of this build: an OpenGL chain cannot be composed.
-    return CodeFailed;
+    QTDSurface* surface = getSurface();
+    auto* controller =
+        display != nullptr ? dynamic_cast<QTD::ComponentImpl*>(display->GetComponent()) : nullptr;
+    if (surface == nullptr || controller == nullptr) {
+        return CodeFailed;
+    }
+    surface->begin(nullptr);
+    const int code =
+        composeQGL(input, output, controller->properties.getAs<int>("strict", "0", true) != 0);
+    surface->checkError("QTDProcessor::initQGL()", true, false);
+    surface->end();
+    return code;
+}
+
+int QTDProcessor::composeQGL(BrxImage* input, BrxImage* output, bool strict) {
+    using QTD::StageKind;
+    const QTD::Backend& gpu = QTD::Backend::gpu();
+    const bool composeFailed = composeInput(gpu, input, output) != CodeOk;
+    const Settings bayerSettings = {{"image.flip.vert", "1"}, {"image.color.coef", "1.0"}};
+    const Settings outputSettings = {{"readGPU", "0"}};
+    auto bayer = [&]() {
+        return isIn(BAYER_INDEX, currentFormat(input)->pixelType) &&
+               compose(gpu, StageKind::Bayer, "bayer", input, output, bayerSettings) == CodeOk;
+    };
+    if (strict) {
+        // Frames too large for more passes: only demosaicing, and the flip left to the viewer
+        // when there is none.
+        const bool flipped = !composeFailed && bayer();
+        properties.set("flip", flipped ? "0" : "1", true);
+        if (composeFailed || compose(gpu, StageKind::Image, "image.output", input, nullptr,
+                                     outputSettings) != CodeOk) {
+            return CodeFailed;
+        }
+        return CodeOk;
+    }
+    if (composeFailed || compose(gpu, StageKind::Image, "image.unpacked", input, nullptr,
+                                 {{"image.color.coef", "1.0"}}) != CodeOk) {
+        return CodeFailed;
+    }
+    // The picture is turned upright exactly once: by demosaicing if there is any, else by the
+    // overlay pass.
+    const bool isBayer = isIn(BAYER_INDEX, currentFormat(input)->pixelType);
+    if (isBayer && !bayer()) {
+        return CodeFailed;
+    }
+    const Settings overlaySettings = isBayer ? Settings{} : Settings{{"image.flip.vert", "1"}};
+    if (compose(gpu, StageKind::ColorCorrection, "image.colorcorrection", input, nullptr) !=
+            CodeOk ||
+        compose(gpu, StageKind::ImageOverlay, "image.overlay", input, nullptr, overlaySettings) !=
+            CodeOk ||
+        compose(gpu, StageKind::Image, "image.output", input, nullptr, outputSettings) != CodeOk) {
+        return CodeFailed;
+    }
+    return CodeOk;
 }
 
 uint32_t QTDProcessor::ProcessImage(BrxImage* input, BrxImage* output, void* context) {

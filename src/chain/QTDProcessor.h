@@ -3,6 +3,7 @@
 // The processing chain: an ordered list of named stages, composed for one input format and one
 // backend, through which one image at a time is pushed.
 
+#include "chain/Backend.h"
 #include "chain/ImageProcessorData.h"
 #include "chain/QTDProcs.h"
 #include "core/ComponentImpl.h"
@@ -13,6 +14,8 @@
 #include <brx/BrxImgProcessingChain.h>
 
 #include <atomic>
+#include <utility>
+#include <vector>
 
 class BrxDisplayProcessor;
 class QTDSurface;
@@ -57,11 +60,14 @@ public:
     QTD::FpsCounter timing;
 
 private:
-    using StageFactory = BrxImgProcessor* (*)(BrxComponent* parent);
-    // Creates a stage, runs `setup` on it, sets it up for `format` and appends it. On any
-    // failure the stage is released and destroyed and the result is 1.
-    int compose(StageFactory create, const char* name, BrxImage* format, BrxImage* initOutput,
-                void (*setup)(QTDProcessor* chain, BrxImgProcessor* stage) = nullptr);
+    using Settings = std::vector<std::pair<const char*, const char*>>;
+    // Creates a stage of `backend`, gives it `settings`, sets it up for what the chain gives so
+    // far and appends it. On any failure the stage is released and destroyed and the result is 1.
+    int compose(const QTD::Backend& backend, QTD::StageKind kind, const char* name, BrxImage* input,
+                BrxImage* initOutput, Settings settings = {});
+    // The steps ahead of the first image stage on either backend: YUV conversion and unpacking.
+    int composeInput(const QTD::Backend& backend, BrxImage* input, BrxImage* output);
+    int composeQGL(BrxImage* input, BrxImage* output, bool strict);
     // What comes out of the chain so far: the last stage's format, or `input` on an empty chain.
     BrxImage* currentFormat(BrxImage* input);
     static BrxImgProcessor* stageAt(const QTD::ATTR& value);

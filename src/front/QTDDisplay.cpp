@@ -177,11 +177,13 @@ BrxImgProcessingChain* QTDDisplay::GetProcessingChain() {
     return chain;
 }
 
-void QTDDisplay::slotViewerDestroyed(QObject* object) {
-    // The viewer is half torn down here: forget it before anything could call it.
-    if (object == static_cast<QObject*>(viewer)) {
+void QTDDisplay::slotViewerDestroyed(QTDViewer* closing) {
+    // The viewer is on its way out: forget it before anything could call it, and let the stages
+    // go while its surface still stands.
+    if (closing == viewer) {
         viewer = nullptr;
         Release();
+        properties.set("surface", "0", true);
     }
 }
 
@@ -272,7 +274,7 @@ int QTDDisplay::initDisplay(BrxImage* format) {
         viewer->messenger(&messenger);
         viewer->display(this);
         // The application's widget may take the viewer with it before the controller goes.
-        connect(viewer, &QObject::destroyed, this, &QTDDisplay::slotViewerDestroyed,
+        connect(viewer, &QTDViewer::closing, this, &QTDDisplay::slotViewerDestroyed,
                 Qt::DirectConnection);
     }
 
@@ -386,10 +388,19 @@ void QTDDisplay::Release() {
     if (viewer != nullptr && chain != nullptr) {
         viewer->setImage(nullptr, false);
     }
+    // GPU stages delete their textures and programs with the surface's context current.
+    auto* surface = static_cast<QTDSurface*>(properties.getAs<void*>("surface", "", true));
+    const bool gpu = chain != nullptr && chain->properties.getAs<int>("opengl", "0", true) != 0;
+    if (gpu && surface != nullptr) {
+        surface->begin(nullptr);
+    }
     delete chain;
     chain = nullptr;
     delete converter;
     converter = nullptr;
+    if (gpu && surface != nullptr) {
+        surface->end();
+    }
     if (currentImage != nullptr) {
         currentImage->imageData = nullptr;
         QTDImageHelpers::imageDelete(currentImage);

@@ -147,7 +147,7 @@ public slots:
     void slotConvertImage(BrxImage* source, BrxImage* target);
     void slotTimer();
     // The viewer went with its parent widget: nothing may point at it or at what it showed.
-    void slotViewerDestroyed(QObject* object);
+    void slotViewerDestroyed(QTDViewer* closing);
 
     void slotMenuZoomIn();
     void slotMenuZoomOut();

@@ -4,6 +4,7 @@
 #include "gpu/QGLSurface.h"
 #include "screen/Rounding.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -19,7 +20,9 @@ QGLScreen::QGLScreen(QTDSurface* s) : QTDScreen(s) {}
 QGLScreen::~QGLScreen() = default;
 
 QGLSurface* QGLScreen::gl() const {
-    return dynamic_cast<QGLSurface*>(surface);
+    // A surface without a context has no GL functions to call.
+    auto* s = dynamic_cast<QGLSurface*>(surface);
+    return s && s->isValid() ? s : nullptr;
 }
 
 int QGLScreen::viewportLimit() const {
@@ -37,7 +40,7 @@ bool QGLScreen::shut(bool lock) {
 
 bool QGLScreen::ready() {
     QTD::AutoLock hold(&mutex, "QGLScreen::ready");
-    return windowWidth != 0 && surface != nullptr;
+    return windowWidth != 0 && gl() != nullptr;
 }
 
 bool QGLScreen::begin(QTD::PROPERTIES* props) {
@@ -75,7 +78,10 @@ bool QGLScreen::prepare(QTD::PROPERTIES*) {
     }
     int vx = QTD::roundHalfAway(x), vy = QTD::roundHalfAway(y);
     int vw = QTD::roundHalfAway(w), vh = QTD::roundHalfAway(h);
-    s->glViewport(vx, vy, vw, vh);
+    s->glViewport(vx, vy, std::max(vw, 0), std::max(vh, 0));
+    // Before the first image there is no area, and an empty projection is an error.
+    if (vw <= 0 || vh <= 0)
+        return true;
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
     glOrtho(0, vw, 0, vh, -1, 1);
@@ -98,7 +104,7 @@ bool QGLScreen::clear(bool flushNow) {
 }
 
 bool QGLScreen::draw(BrxImage* image, QTD::PROPERTIES*) {
-    if (!surface)
+    if (!gl())
         return false;
     QTD::RgbColor background;
     background.setClr(props.get("color", "0").as<unsigned int>());

@@ -26,6 +26,8 @@ QTD::PROPERTIES setUp(BrxImage* input, QGLSurface* surface, unsigned int pixelTy
     bag.set("surface", QTD::ATTR(static_cast<void*>(surface)), true);
     bag.set("pixeltype", QTD::ATTR::format("%u", pixelType), true);
     bag.set("image.flip.vert", stageBag.get("image.flip.vert", "0"), true);
+    // A stage's target copies values as they come; only a change of type scales them.
+    bag.set("image.color.coef", "1.0", true);
     return bag;
 }
 

@@ -8,6 +8,7 @@
 
 #include <QOpenGLContext>
 #include <QSurfaceFormat>
+#include <QThread>
 #include <QWindow>
 
 #include <log4cpp/Category.hh>
@@ -180,6 +181,11 @@ bool QGLSurface::begin(QTD::PROPERTIES*) {
     int64_t start = nowMs();
     if (!window)
         return false;
+    // Qt aborts the process when a context is made current away from its thread.
+    if (context && context->thread() != QThread::currentThread()) {
+        logger().error("QGLSurface::begin(): called off the context's thread");
+        return false;
+    }
     if (!current && context) {
         int64_t deadline = beginDeadline(start);
         for (;;) {
@@ -208,8 +214,10 @@ void QGLSurface::end() {
 }
 
 void QGLSurface::flush(QTD::PROPERTIES* p) {
-    if (!guard.try_lock("QGLSurface::flush"))
+    if (!guard.try_lock("QGLSurface::flush")) {
+        props.set("flush.dropped", "1", true);
         return;
+    }
     struct Release {
         QTD::RMutex& lock;
         ~Release() { lock.unlock("QGLSurface::flush"); }
@@ -220,10 +228,13 @@ void QGLSurface::flush(QTD::PROPERTIES* p) {
     QSurface* target = context->surface();
     if (!target)
         return;
-    if (!force && nowMs() - lastFlush <= 30)
+    if (!force && nowMs() - lastFlush <= 30) {
+        props.set("flush.dropped", "1", true);
         return;
+    }
     context->swapBuffers(target);
     lastFlush = nowMs();
+    props.set("flush.dropped", "0", true);
     checkError("QGLSurface::flush()", true, false);
 }
 

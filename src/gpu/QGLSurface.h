@@ -24,7 +24,8 @@ public:
     // Makes the context current on the calling thread; one thread owns a begin..end bracket.
     bool begin(QTD::PROPERTIES* props) override;
     void end() override;
-    // Swaps at most every 30 ms, unless "force" is set; a busy surface drops the swap.
+    // Swaps at most every 30 ms, unless "force" is set; a busy surface drops the swap. A dropped
+    // swap leaves "flush.dropped" 1, so that the window can draw that frame again later.
     void flush(QTD::PROPERTIES* props) override;
     bool isValid() override { return context != nullptr; }
     QTD::ATTR descriptor(QTD::ATTR name) override;

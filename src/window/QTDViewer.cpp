@@ -1,10 +1,12 @@
 #include "window/QTDViewer.h"
 
 #include "chain/QTDProcessor.h"
+#include "chain/QTDProcs.h"
 #include "image/QTDImageHelpers.h"
+#include "screen/QTDSurface.h"
 #include "window/QTDWindow.h"
 
-#include <brx/BrxImgProcessors.h>
+#include <brx/BrxImgProcessor.h>
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -73,13 +75,17 @@ QTDViewer::QTDViewer(QWidget* parent, bool opengl) : QWidget(parent) {
     if (window->init()) {
         properties.set("surface", window->getProperty("surface", QTD::ATTR()), true);
     } else {
-        delete window;
+        // The container goes too (and takes the window along): Qt's container dereferences
+        // its window when the layout moves it.
+        delete container;
+        container = nullptr;
         window = nullptr;
         status = NoWindow;
     }
 }
 
 QTDViewer::~QTDViewer() {
+    emit closing(this);
     {
         std::lock_guard<std::recursive_mutex> hold(imageMutex);
         // The container would delete the window too, but later, after the bars it refers to.
@@ -111,7 +117,29 @@ int32_t QTDViewer::init(BrxImage* format, QTDProcessor* processor) {
 int32_t QTDViewer::initCPU(BrxImage* format, QTDProcessor* processor) {
     if (!processor)
         return status = BadArguments;
-    status = Good;
+    return status = addDisplayStages(QTD::Backend::cpu(), format, processor, {}, true);
+}
+
+int32_t QTDViewer::initQGL(BrxImage* format, QTDProcessor* processor) {
+    const bool flip = processor && processor->properties.getAs<int>("flip", "0", true) == 1;
+    const bool strict = processor && processor->properties.getAs<int>("strict", "0", true) == 1;
+    QTDSurface* surface = window ? window->surface : nullptr;
+    if (!surface)
+        return status = NoWindow;
+    if (!processor)
+        return status = BadArguments;
+    surface->begin(nullptr);
+    Settings display;
+    if (flip)
+        display.push_back({"image.flip.vert", "1"});
+    // Frames of the strict path get no exposure coloration pass.
+    status = addDisplayStages(QTD::Backend::gpu(), format, processor, display, !strict);
+    surface->end();
+    return status;
+}
+
+int32_t QTDViewer::addDisplayStages(const QTD::Backend& backend, BrxImage* format,
+                                    QTDProcessor* processor, Settings display, bool coloration) {
     // The display stage takes what the chain's last stage gives. Before the first frame a
     // stage has no output yet, only the format it will produce.
     BrxImage* source = format;
@@ -123,7 +151,7 @@ int32_t QTDViewer::initCPU(BrxImage* format, QTDProcessor* processor) {
             source = last->Format(false);
     }
     if (!source || side(source->width) == 0 || side(source->height) == 0)
-        return status = NoWindow;
+        return NoWindow;
 
     // A new set-up replaces the images of the last one; the chain that used them is gone.
     shut();
@@ -132,42 +160,42 @@ int32_t QTDViewer::initCPU(BrxImage* format, QTDProcessor* processor) {
     processedImage = QTDImageHelpers::imageCreateFormat(nullptr, w, h, source->pixelType);
     displayImage = QTDImageHelpers::imageCreateFormat(nullptr, w, h, DISPLAY_FORMAT);
     if (!processedImage || !displayImage)
-        return status = NoImages;
+        return NoImages;
 
-    BrxComponent* owner = processor->GetComponent();
-    BrxDisplayCPU::Image* displayStage = BrxDisplayCPU::Image::CreateComponent(owner);
-    if (!displayStage)
-        return status = NoImages;
-    if (displayStage->Init(processedImage, displayImage) != 0 ||
-        processor->AddProcessor("image.display", displayStage) != 0) {
-        displayStage->Release();
-        BrxDisplayCPU::Image::DeleteComponent(displayStage);
-        return status = NoImages;
-    }
-
-    BrxDisplayCPU::ExposureColoration* coloration =
-        BrxDisplayCPU::ExposureColoration::CreateComponent(owner);
+    const char* mono = QTD::Procs::isIn(QTD::Procs::MONO_INDEXEXT, source->pixelType) ? "1" : "0";
+    if (backend.isGpu())
+        display.push_back({"image.color.mono", mono});
+    if (!addStage(backend, QTD::StageKind::Image, "image.display", processor, display,
+                  processedImage, displayImage))
+        return NoImages;
     if (!coloration)
-        return status = NoColoration;
-    if (coloration->Init(displayImage, nullptr) != 0 ||
-        processor->AddProcessor("image.coloration", coloration) != 0) {
-        coloration->Release();
-        BrxDisplayCPU::ExposureColoration::DeleteComponent(coloration);
-        return status = NoColoration;
-    }
+        return Good;
+    Settings colorationSettings;
+    if (backend.isGpu())
+        colorationSettings.push_back({"image.color.mono", mono});
+    BrxImgProcessor* stage = addStage(backend, QTD::StageKind::Coloration, "image.coloration",
+                                      processor, colorationSettings, displayImage, nullptr);
+    if (!stage)
+        return NoColoration;
     // Coloration waits for its command to switch on.
-    coloration->Enable(false);
-    return status;
+    stage->Enable(false);
+    return Good;
 }
 
-int32_t QTDViewer::initQGL(BrxImage*, QTDProcessor* processor) {
-    // The OpenGL stages and surface come with the GPU backend; a window without a surface is
-    // what this path reports until then.
-    if (!window)
-        return status = NoWindow;
-    if (!processor)
-        return status = BadArguments;
-    return status = NoWindow;
+BrxImgProcessor* QTDViewer::addStage(const QTD::Backend& backend, QTD::StageKind kind,
+                                     const char* name, QTDProcessor* processor,
+                                     const Settings& settings, BrxImage* input, BrxImage* output) {
+    BrxImgProcessor* stage = backend.newStage(kind, processor->display, processor->GetComponent());
+    if (!stage)
+        return nullptr;
+    for (const auto& setting : settings)
+        stage->GetComponent()->SetParamAsString(setting.first, const_cast<char*>(setting.second));
+    if (stage->Init(input, output) != 0 || processor->AddProcessor(name, stage) != 0) {
+        stage->Release();
+        delete stage;
+        return nullptr;
+    }
+    return stage;
 }
 
 void QTDViewer::shut() {

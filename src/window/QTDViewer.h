@@ -1,5 +1,6 @@
 #pragma once
 
+#include "chain/Backend.h"
 #include "core/ComponentImpl.h"
 
 #include <brx/BrxImage.h>
@@ -10,7 +11,10 @@
 #include <QWidget>
 
 #include <mutex>
+#include <utility>
+#include <vector>
 
+class BrxImgProcessor;
 class QResizeEvent;
 class QTDDisplay;
 class QTDProcessor;
@@ -49,6 +53,11 @@ public:
     QScrollBar* horizontalBar() const { return horzBar; }
     QScrollBar* verticalBar() const { return vertBar; }
 
+signals:
+    // Sent first thing in the destructor, while window and surface still stand: whoever runs
+    // stages on the surface lets them go now.
+    void closing(QTDViewer* viewer);
+
 public slots:
     void slotDisplayImage(BrxImage* image, bool redraw);
     void slotHorzSliderChanged(int value);
@@ -70,6 +79,14 @@ public:
     BrxImage* image = nullptr;
 
 private:
+    using Settings = std::vector<std::pair<const char*, const char*>>;
+    // The display stage with `display` settings, and the coloration stage unless told not to;
+    // a status code.
+    int32_t addDisplayStages(const QTD::Backend& backend, BrxImage* format, QTDProcessor* processor,
+                             Settings display, bool coloration);
+    BrxImgProcessor* addStage(const QTD::Backend& backend, QTD::StageKind kind, const char* name,
+                              QTDProcessor* processor, const Settings& settings, BrxImage* input,
+                              BrxImage* output);
     QTDWindow* sliderTarget();
 
     QTDDisplay* controller = nullptr;

@@ -1,11 +1,10 @@
 #include "window/QTDWindow.h"
 #include "screen/Rounding.h"
 
+#include "chain/Backend.h"
 #include "core/AutoLock.h"
 #include "core/HandOver.h"
 #include "core/Messenger.h"
-#include "cpu/CPUScreen.h"
-#include "cpu/CPUSurface.h"
 #include "image/TextParser.h"
 #include "screen/QTDScreen.h"
 #include "screen/QTDSurface.h"
@@ -21,6 +20,7 @@
 #include <QResizeEvent>
 #include <QScrollBar>
 #include <QThread>
+#include <QTimer>
 #include <QWheelEvent>
 #include <QWidget>
 
@@ -37,6 +37,9 @@ long timestampNs() {
                                  std::chrono::system_clock::now().time_since_epoch())
                                  .count());
 }
+
+// Past the GL surface's 30 ms swap pacing.
+constexpr int FLUSH_RETRY_MS = 35;
 
 unsigned long idOf(BrxImage* image) {
     return image ? static_cast<unsigned long>(image->imageID) : 0ul;
@@ -63,18 +66,15 @@ bool QTDWindow::init() {
     {
         std::lock_guard<std::recursive_mutex> holdState(stateMutex);
         QWindow::create();
-        // The OpenGL surface and screen come with the GPU backend; until then that path fails
-        // here and the window stays shut.
-        if (!opengl)
-            surface = new CPUSurface();
+        const QTD::Backend& backend = QTD::Backend::of(opengl);
+        surface = backend.newSurface();
         zoomView = new QTDZoom(this);
         properties.set("surface", QTD::ATTR(static_cast<void*>(surface)), true);
         QTD::PROPERTIES surfaceProps;
         surfaceProps.set("window", QTD::ATTR(static_cast<void*>(this)), true);
         if (!surface || !surface->init(&surfaceProps))
             status = 1;
-        if (!opengl)
-            screen = new CPUScreen(surface);
+        screen = backend.newScreen(surface);
         if (!screen || !screen->init(this, 0, 0, QTDScreen::FitActual))
             status = 1;
         drawObjects.surface(surface);
@@ -149,6 +149,10 @@ void QTDWindow::render() {
         drawObjects.render(surface, &frame);
     }
     screen->end(&frame, true);
+    // A surface that paces its swaps may have left this frame unshown: the last frame of a burst
+    // must still reach the screen.
+    if (surface->props.getAs<int>("flush.dropped", "0", true) != 0)
+        QTimer::singleShot(FLUSH_RETRY_MS, this, [this] { update(); });
 }
 
 void QTDWindow::update() {

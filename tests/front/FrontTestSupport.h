@@ -143,11 +143,11 @@ struct Shown {
 
 // A display set up through the flat functions, in a widget of its own.
 struct Live {
-    explicit Live(uint32_t type, int width = 40, int height = 30)
+    explicit Live(uint32_t type, int width = 40, int height = 30, const char* mode = "cpu")
         : widget(host()), handle(BrxDisplay_CreateComponent()),
           display(dynamic_cast<BrxDisplayImpl*>(handle)->display) {
         auto format = make(width, height, type);
-        initCode = BrxDisplay_Initialize(handle, widget.get(), "cpu", format.get());
+        initCode = BrxDisplay_Initialize(handle, widget.get(), mode, format.get());
         EXPECT_EQ(initCode, 0u);
     }
     ~Live() { BrxDisplay_DeleteComponent(handle); }

@@ -18,7 +18,10 @@ varying vec2 center;
 void main() {
     vec3 rgb = texture2D(source, center).rgb;
     float colorHi = (colorHigh < 0.0 || colorHigh > 1.0) ? 1.0 : colorHigh;
-    if (colorCoef > 0.0 && colorCoef != 1.0)
+    // Samples of fewer bits than their 16-bit texture are corrected on the full scale and
+    // written back on their own, so that the stages after see the input's kind of values.
+    bool scaled = colorCoef > 0.0 && colorCoef != 1.0;
+    if (scaled)
         rgb *= colorCoef;
     if (debugMode == 1) {
         float coef = 3.0 - (rgb.r + rgb.g + rgb.b);
@@ -50,5 +53,5 @@ void main() {
         else if (debugOutput == 1004)
             rgb = vec3(min(0.30 * rgb.r + 0.59 * rgb.g + 0.11 * rgb.b, 1.0));
     }
-    gl_FragColor.rgb = rgb;
+    gl_FragColor.rgb = scaled ? rgb / colorCoef : rgb;
 }
