@@ -298,6 +298,8 @@ int QTDProcessor::composeQGL(BrxImage* input, BrxImage* output, bool strict) {
         return isIn(BAYER_INDEX, currentFormat(input)->pixelType) &&
                compose(gpu, StageKind::Bayer, "bayer", input, output, bayerSettings) == CodeOk;
     };
+    // The viewer reads it here to leave out its coloration pass.
+    properties.set("strict", strict ? "1" : "0", true);
     if (strict) {
         // Frames too large for more passes: only demosaicing, and the flip left to the viewer
         // when there is none.

@@ -9,8 +9,10 @@ namespace QTD {
 
 QTDSurface* QGLBackend::newSurface() const {
     auto* surface = new QGLSurface();
-    // The window shows what the CPU window shows: zoomed in, each image pixel a sharp block.
+    // The window shows what the CPU window shows: zoomed in, each image pixel a sharp block, and
+    // text laid out as the painter lays it.
     surface->props.set("smoothing", "0", true);
+    surface->props.set("text.layout", "painter", true);
     return surface;
 }
 

@@ -26,6 +26,8 @@ bool QGLSurfaceRef::init(QTD::PROPERTIES* p) {
         return false;
     initializeOpenGLFunctions();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    // Text burned into an image stands as the memory surface puts it, glyph after glyph.
+    props.set("text.layout", "strip", true);
     textHandler = new QGLSurfaceText(&props);
     QTD::ATTR value;
     width = p && p->find("size.x", &value) ? value.as<int>() : source->width;

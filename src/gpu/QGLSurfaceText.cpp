@@ -2,9 +2,11 @@
 
 #include "core/AutoLock.h"
 
+#include <QFontMetricsF>
 #include <QImage>
 #include <qopengl.h>
 
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -52,10 +54,22 @@ int QGLSurfaceText::drawLine(char const* text, int x, int y, QTD::ATTR font, QTD
     glPushAttrib(GL_CURRENT_BIT);
     std::vector<std::string> segments = tabSegments(text);
     long cursor = x;
+    QFontMetricsF metrics(*info.font);
+    // "painter": each glyph where the CPU window's painter puts it, by the font's advances and
+    // kerning; glyph rectangles laid end to end ("strip", as the memory surface does) run wider.
+    const bool painter = props.get("text.layout", "strip").same("painter");
     for (size_t i = 0; i < segments.size(); ++i) {
+        std::string const& line = segments[i];
         long at = cursor;
-        for (char ch : segments[i]) {
-            int code = static_cast<unsigned char>(ch);
+        for (size_t k = 0; k < line.size(); ++k) {
+            int code = static_cast<unsigned char>(line[k]);
+            if (painter) {
+                double pen = metrics.horizontalAdvance(QString::fromLocal8Bit(line.data(), int(k)));
+                double ink = code > 32
+                                 ? metrics.boundingRect(QString::fromLocal8Bit(&line[k], 1)).left()
+                                 : 0.0;
+                at = cursor + std::lround(pen + ink);
+            }
             at = drawChar(code < 32 ? 32 : code, at, y, strip, color);
         }
         if (i + 1 < segments.size())
