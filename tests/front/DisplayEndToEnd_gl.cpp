@@ -231,21 +231,22 @@ INSTANTIATE_TEST_SUITE_P(Backends, EndToEnd, testing::Values("cpu", "opengl"));
 // Every sample of each format, at an odd width, converted to RGB8 on both backends.
 TEST(EndToEnd, ConvertsToRgb8OnTheGpuAsOnTheCpu) {
     constexpr int CW = 61, CH = 37;
-    for (uint32_t type :
-         {PT::Mono8, PT::Mono10, PT::Mono12, PT::Mono16, PT::RGB8, PT::BGR8, PT::RGB16}) {
+    for (uint32_t type : {PT::Mono8, PT::Mono10, PT::Mono12, PT::Mono16, PT::RGB8, PT::BGR8,
+                          PT::RGB16, PT::Mono10p, PT::Mono12Packed}) {
         SCOPED_TRACE(testing::Message() << std::hex << type);
         Image in = make(CW, CH, type);
         const int bits = type == PT::Mono10 ? 10 : type == PT::Mono12 ? 12 : 16;
-        const bool wide = type != PT::Mono8 && type != PT::RGB8 && type != PT::BGR8;
-        for (uint32_t y = 0; y < in->height; ++y) {
-            for (uint32_t i = 0; i < in->stride / (wide ? 2 : 1); ++i) {
-                const uint32_t v = i * 2654435761u + y * 40503u;
-                if (wide) {
-                    const uint16_t sample = uint16_t(v >> 7 & ((1u << bits) - 1));
-                    std::memcpy(row8(in.get(), y) + 2 * i, &sample, 2);
-                } else {
-                    row8(in.get(), y)[i] = uint8_t(v >> 9);
-                }
+        // Any byte stream is a valid packed frame.
+        const bool wide =
+            in->bitsPerChannel > 8 && !QTD::Procs::isIn(QTD::Procs::PACKED_INDEX, type);
+        auto* bytes = static_cast<uint8_t*>(in->imageData);
+        for (uint32_t i = 0; i < in->imageSize / (wide ? 2 : 1); ++i) {
+            const uint32_t v = i * 2654435761u;
+            if (wide) {
+                const uint16_t sample = uint16_t(v >> 7 & ((1u << bits) - 1));
+                std::memcpy(bytes + 2 * i, &sample, 2);
+            } else {
+                bytes[i] = uint8_t(v >> 9);
             }
         }
         in->imageID = 77;
