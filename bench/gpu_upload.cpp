@@ -5,6 +5,7 @@
 
 #include "gpu/QGLSurface.h"
 #include "gpu/QGLTexture.h"
+#include "image/ColorModelDescription.h"
 #include "image/QTDImageHelpers.h"
 
 #include <QGuiApplication>
