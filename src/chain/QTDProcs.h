@@ -77,6 +77,29 @@ inline constexpr uint32_t BAYER_INDEX[36] = {
     BRX_PIXEL_BayerRG12p,      BRX_PIXEL_BayerGB12p,      BRX_PIXEL_BayerBG12p,
 };
 
+// Indexed like BAYER_INDEX: the colour type each mosaic yields. Packed mosaics have 0, for
+// they reach demosaicing only unpacked.
+// clang-format off
+inline constexpr uint32_t RGB_DEBAYER_INDEX[36] = {
+    BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  // 8 bits
+    BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, // 10 bits
+    BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, // 12 bits
+    BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, // 14 bits
+    BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, // 16 bits
+    0, 0, 0, 0, 0, 0, 0, 0, // the ...Packed group
+    0, 0, 0, 0, 0, 0, 0, 0, // the ...p group
+};
+inline constexpr uint32_t BGR_DEBAYER_INDEX[36] = {
+    BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  // 8 bits
+    BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, // 10 bits
+    BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, // 12 bits
+    BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, // 14 bits
+    BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, // 16 bits
+    0, 0, 0, 0, 0, 0, 0, 0, // the ...Packed group
+    0, 0, 0, 0, 0, 0, 0, 0, // the ...p group
+};
+// clang-format on
+
 // Mono, plain and packed.
 inline constexpr uint32_t MONO_INDEXEXT[9] = {
     BRX_PIXEL_Mono8,        BRX_PIXEL_Mono10,  BRX_PIXEL_Mono12,
@@ -158,6 +181,12 @@ template <std::size_t N> constexpr int indexOf(const uint32_t (&table)[N], uint3
 
 template <std::size_t N> constexpr bool isIn(const uint32_t (&table)[N], uint32_t type) {
     return type != 0 && indexOf(table, type) >= 0;
+}
+
+// The colour type that demosaicing turns the mosaic `type` into, or 0.
+constexpr uint32_t debayerType(uint32_t type, bool bgr) {
+    const int at = indexOf(BAYER_INDEX, type);
+    return at < 0 ? 0 : bgr ? BGR_DEBAYER_INDEX[at] : RGB_DEBAYER_INDEX[at];
 }
 
 // TrueSense, tested as the correction and coloration stages do: the 8-bit forms carry bit 19.

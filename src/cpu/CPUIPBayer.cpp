@@ -29,11 +29,7 @@ CPUIPBayer::~CPUIPBayer() {
 }
 
 uint32_t CPUIPBayer::targetType(uint32_t inputType, bool bgr) {
-    const int at = indexOf(BAYER_INDEX, inputType);
-    if (at < 0) {
-        return 0;
-    }
-    return bgr ? BGR_DEBAYER_INDEX[at] : RGB_DEBAYER_INDEX[at];
+    return debayerType(inputType, bgr);
 }
 
 long CPUIPBayer::readParam(const char* key) {

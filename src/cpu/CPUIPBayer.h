@@ -11,29 +11,6 @@ class BrxBayer;
 
 class CPUIPBayer : public QTD::CpuStage<BrxDisplayCPU::Bayer> {
 public:
-    // Indexed like BAYER_INDEX: the colour type each mosaic yields. Packed mosaics have 0, for
-    // they reach this stage only unpacked.
-    // clang-format off
-    static constexpr uint32_t RGB_DEBAYER_INDEX[36] = {
-        BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  BRX_PIXEL_RGB8,  // 8 bits
-        BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, BRX_PIXEL_RGB10, // 10 bits
-        BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, BRX_PIXEL_RGB12, // 12 bits
-        BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, BRX_PIXEL_RGB14, // 14 bits
-        BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, BRX_PIXEL_RGB16, // 16 bits
-        0, 0, 0, 0, 0, 0, 0, 0, // the ...Packed group
-        0, 0, 0, 0, 0, 0, 0, 0, // the ...p group
-    };
-    static constexpr uint32_t BGR_DEBAYER_INDEX[36] = {
-        BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  BRX_PIXEL_BGR8,  // 8 bits
-        BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, BRX_PIXEL_BGR10, // 10 bits
-        BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, BRX_PIXEL_BGR12, // 12 bits
-        BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, BRX_PIXEL_BGR14, // 14 bits
-        BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, BRX_PIXEL_BGR16, // 16 bits
-        0, 0, 0, 0, 0, 0, 0, 0, // the ...Packed group
-        0, 0, 0, 0, 0, 0, 0, 0, // the ...p group
-    };
-    // clang-format on
-
     explicit CPUIPBayer(BrxComponent* parent);
     ~CPUIPBayer() override;
 

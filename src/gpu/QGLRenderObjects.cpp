@@ -177,7 +177,7 @@ bool QGLRenderObject::connect(QTD::PROPERTIES*) {
 }
 
 bool QGLRenderObject::prepare(BrxImage* image, QTD::PROPERTIES* p, QGLImage*& target,
-                              QTD::PixelFormat& format) {
+                              QTD::PixelFormat& format, unsigned int targetType) {
     unsigned int pixelType = image->pixelType;
     format.setTypeID(pixelType);
     target = p ? static_cast<QGLImage*>(p->get("output").as<void*>()) : nullptr;
@@ -189,7 +189,7 @@ bool QGLRenderObject::prepare(BrxImage* image, QTD::PROPERTIES* p, QGLImage*& ta
         local.set("size.x", QTD::ATTR(int(image->width)), true);
         local.set("size.y", QTD::ATTR(int(image->height)), true);
         local.set("surface", QTD::ATTR(static_cast<void*>(surface)), true);
-        local.set("pixeltype", QTD::ATTR::format("%u", pixelType), true);
+        local.set("pixeltype", QTD::ATTR::format("%u", targetType ? targetType : pixelType), true);
         ownTarget = new QGLImage(glSurface());
         if (!ownTarget->init(image, &local)) {
             delete ownTarget;

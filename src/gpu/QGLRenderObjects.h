@@ -91,11 +91,11 @@ public:
 protected:
     QGLSurface* glSurface();
     int location(char const* name);
-    // The common first half of a pass whose target is of its input's type: the target from
-    // "output" in `props`, or one made here for `image`; both bags merged into the object's;
-    // `format` of the input's type. False without a target.
+    // The common first half of a pass: the target from "output" in `props`, or one made here
+    // for `image`, of `targetType` or else the input's type; both bags merged into the
+    // object's; `format` of the input's type. False without a target.
     bool prepare(BrxImage* image, QTD::PROPERTIES* props, QGLImage*& target,
-                 QTD::PixelFormat& format);
+                 QTD::PixelFormat& format, unsigned int targetType = 0);
     // The common second half: builds the program from the two texts, enters `names` in the
     // table and connects. A program that does not build fails here, logged.
     bool link(char const* vertexName, char const* vertexText, char const* fragmentName,

@@ -45,20 +45,3 @@ unsigned int bindInput(QGLSurface* surface, QGLTexture& texture, BrxImage* input
 }
 
 } // namespace QGLStages
-
-// The next slice builds the GPU demosaicing and unpack stages.
-BrxDisplayQGL::Bayer* BrxDisplayQGL::Bayer::CreateComponent(BrxDisplayProcessor*) {
-    return nullptr;
-}
-
-void BrxDisplayQGL::Bayer::DeleteComponent(BrxImgProcessor* stage) {
-    delete stage;
-}
-
-BrxDisplayQGL::Unpack* BrxDisplayQGL::Unpack::CreateComponent(BrxDisplayProcessor*) {
-    return nullptr;
-}
-
-void BrxDisplayQGL::Unpack::DeleteComponent(BrxImgProcessor* stage) {
-    delete stage;
-}

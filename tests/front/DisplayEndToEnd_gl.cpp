@@ -3,6 +3,7 @@
 
 #include "FrontTestSupport.h"
 
+#include "chain/QTDProcessor.h"
 #include "screen/QTDScreen.h"
 #include "screen/QTDSurface.h"
 #include "window/QTDWindow.h"
@@ -143,11 +144,8 @@ class EndToEnd : public testing::TestWithParam<const char*> {};
 TEST_P(EndToEnd, ShowsTheImageWhereTheViewPutsItInEachViewForEachFormat) {
     const bool gpu = std::string(GetParam()) == "opengl";
     // The YUV stage converts through OpenCV's fixed point, the shaders in floating point: one
-    // level of tolerance for either. The GPU chain takes no YUV input yet.
-    std::vector<uint32_t> formats = {PT::Mono8, PT::Mono12, PT::RGB8, PT::BGR8};
-    if (!gpu) {
-        formats.push_back(PT::YUV422_8_UYVY);
-    }
+    // level of tolerance for either.
+    const uint32_t formats[] = {PT::Mono8, PT::Mono12, PT::RGB8, PT::BGR8, PT::YUV422_8_UYVY};
     // Fit (display.fit 1), 1:1 (3), 200 % after three zoom steps, the same with a viewport limit
     // below the zoomed image (the GL screen then draws only the part in the window), and 400 %
     // after three more, with scroll bars. Only a whole number of window pixels per image pixel
@@ -228,54 +226,139 @@ TEST_P(EndToEnd, ShowsTheImageWhereTheViewPutsItInEachViewForEachFormat) {
 
 INSTANTIATE_TEST_SUITE_P(Backends, EndToEnd, testing::Values("cpu", "opengl"));
 
-// Every sample of each format, at an odd width, converted to RGB8 on both backends.
+// Every sample of each format converted to RGB8 on both backends; at the odd width packed
+// frames are unpacked on the CPU, at the even one on the GPU.
 TEST(EndToEnd, ConvertsToRgb8OnTheGpuAsOnTheCpu) {
-    constexpr int CW = 61, CH = 37;
-    for (uint32_t type : {PT::Mono8, PT::Mono10, PT::Mono12, PT::Mono16, PT::RGB8, PT::BGR8,
-                          PT::RGB16, PT::Mono10p, PT::Mono12Packed}) {
-        SCOPED_TRACE(testing::Message() << std::hex << type);
-        Image in = make(CW, CH, type);
-        const int bits = type == PT::Mono10 ? 10 : type == PT::Mono12 ? 12 : 16;
-        // Any byte stream is a valid packed frame.
-        const bool wide =
-            in->bitsPerChannel > 8 && !QTD::Procs::isIn(QTD::Procs::PACKED_INDEX, type);
-        auto* bytes = static_cast<uint8_t*>(in->imageData);
-        for (uint32_t i = 0; i < in->imageSize / (wide ? 2 : 1); ++i) {
-            const uint32_t v = i * 2654435761u;
-            if (wide) {
-                const uint16_t sample = uint16_t(v >> 7 & ((1u << bits) - 1));
-                std::memcpy(bytes + 2 * i, &sample, 2);
-            } else {
-                bytes[i] = uint8_t(v >> 9);
+    constexpr int CH = 37;
+    for (const int CW : {61, 64})
+        for (uint32_t type : {PT::Mono8, PT::Mono10, PT::Mono12, PT::Mono16, PT::RGB8, PT::BGR8,
+                              PT::RGB16, PT::Mono10p, PT::Mono12p, PT::Mono12Packed}) {
+            SCOPED_TRACE(testing::Message() << std::hex << type << " at width " << std::dec << CW);
+            Image in = make(CW, CH, type);
+            const int bits = type == PT::Mono10 ? 10 : type == PT::Mono12 ? 12 : 16;
+            // Any byte stream is a valid packed frame.
+            const bool wide =
+                in->bitsPerChannel > 8 && !QTD::Procs::isIn(QTD::Procs::PACKED_INDEX, type);
+            auto* bytes = static_cast<uint8_t*>(in->imageData);
+            for (uint32_t i = 0; i < in->imageSize / (wide ? 2 : 1); ++i) {
+                const uint32_t v = i * 2654435761u;
+                if (wide) {
+                    const uint16_t sample = uint16_t(v >> 7 & ((1u << bits) - 1));
+                    std::memcpy(bytes + 2 * i, &sample, 2);
+                } else {
+                    bytes[i] = uint8_t(v >> 9);
+                }
             }
-        }
-        in->imageID = 77;
-        in->timestamp = 123456789;
-        Image want = make(CW, CH, PT::RGB8), got = make(CW, CH, PT::RGB8);
-        {
-            Live cpu(type, CW, CH, "cpu");
-            ASSERT_EQ(BrxDisplay_ConvertImage(cpu.handle, in.get(), want.get()), 0u);
-        }
-        Live gpu(type, CW, CH, "opengl");
-        ASSERT_EQ(gpu.initCode, 0u);
-        ASSERT_EQ(BrxDisplay_ConvertImage(gpu.handle, in.get(), got.get()), 0u);
-        EXPECT_EQ(got->imageID, 77u);
-        EXPECT_EQ(got->timestamp, 123456789u);
-        EXPECT_EQ(got->orientation, want->orientation);
-        int worst = 0;
-        for (uint32_t y = 0; y < CH; ++y) {
-            for (int i = 0; i < 3 * CW; ++i) {
-                const int d = std::abs(row8(got.get(), y)[i] - row8(want.get(), y)[i]);
-                if (d > worst) {
-                    worst = d;
-                    if (d > 1) {
-                        ADD_FAILURE()
-                            << "(" << i / 3 << "," << y << ") channel " << i % 3 << ": "
-                            << int(row8(got.get(), y)[i]) << " not " << int(row8(want.get(), y)[i]);
+            in->imageID = 77;
+            in->timestamp = 123456789;
+            Image want = make(CW, CH, PT::RGB8), got = make(CW, CH, PT::RGB8);
+            {
+                Live cpu(type, CW, CH, "cpu");
+                ASSERT_EQ(BrxDisplay_ConvertImage(cpu.handle, in.get(), want.get()), 0u);
+            }
+            Live gpu(type, CW, CH, "opengl");
+            ASSERT_EQ(gpu.initCode, 0u);
+            ASSERT_EQ(BrxDisplay_ConvertImage(gpu.handle, in.get(), got.get()), 0u);
+            EXPECT_EQ(got->imageID, 77u);
+            EXPECT_EQ(got->timestamp, 123456789u);
+            EXPECT_EQ(got->orientation, want->orientation);
+            int worst = 0;
+            for (uint32_t y = 0; y < CH; ++y) {
+                for (int i = 0; i < 3 * CW; ++i) {
+                    const int d = std::abs(row8(got.get(), y)[i] - row8(want.get(), y)[i]);
+                    if (d > worst) {
+                        worst = d;
+                        if (d > 1) {
+                            ADD_FAILURE() << "(" << i / 3 << "," << y << ") channel " << i % 3
+                                          << ": " << int(row8(got.get(), y)[i]) << " not "
+                                          << int(row8(want.get(), y)[i]);
+                        }
                     }
                 }
             }
+            EXPECT_LE(worst, 1);
         }
-        EXPECT_LE(worst, 1);
+}
+
+namespace {
+
+// A smooth colour scene sampled through the mosaic of `type` (Bayer, or 12p packed Bayer), at
+// `bits` bits.
+Image smoothMosaic(uint32_t type, int w, int h, int bits) {
+    const int at = QTD::Procs::indexOf(QTD::Procs::BAYER_INDEX, type);
+    const int p = at % 4; // GR, RG, BG, GB
+    const int rx = 1 - p % 2, ry = p > 1 ? 1 : 0;
+    const bool packed = QTD::Procs::isIn(QTD::Procs::PACKED_INDEX, type);
+    std::vector<uint16_t> values(size_t(w) * h);
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            const int c = (x % 2 == rx && y % 2 == ry) ? 0 : (x % 2 != rx && y % 2 != ry) ? 2 : 1;
+            const double v = 0.5 + 0.3 * std::sin(x / 11.0 + c) * std::cos(y / 13.0 - c);
+            values[size_t(y) * w + x] = uint16_t(std::lround(v * ((1 << bits) - 1)));
+        }
+    }
+    Image image = make(w, h, type);
+    auto* bytes = static_cast<uint8_t*>(image->imageData);
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (packed) { // 12p: two samples in three bytes, low bits first
+            const size_t g = i / 2 * 3;
+            if (i % 2 == 0) {
+                bytes[g] = uint8_t(values[i]);
+                bytes[g + 1] = uint8_t(values[i] >> 8);
+            } else {
+                bytes[g + 1] = uint8_t(bytes[g + 1] | (values[i] & 0xF) << 4);
+                bytes[g + 2] = uint8_t(values[i] >> 4);
+            }
+        } else if (bits > 8) {
+            std::memcpy(row8(image.get(), uint32_t(i / w)) + 2 * (i % w), &values[i], 2);
+        } else {
+            row8(image.get(), uint32_t(i / w))[i % w] = uint8_t(values[i]);
+        }
+    }
+    return image;
+}
+
+} // namespace
+
+// Mosaics demosaiced on the GPU against the CPU's picture of the same frame, the same way up.
+TEST(EndToEnd, DemosaicsOnTheGpuAsOnTheCpu) {
+    constexpr int CW = 96, CH = 64, BORDER = 3;
+    const struct {
+        uint32_t type;
+        int bits;
+        std::vector<std::string> stages;
+    } cases[] = {
+        {PT::BayerRG8, 8, {"image.unpacked", "bayer"}},
+        {BRX_PIXEL_BayerGB12, 12, {"image.unpacked", "bayer"}},
+        {BRX_PIXEL_BayerBG16, 16, {"image.unpacked", "bayer"}},
+        {PT::BayerRG12p, 12, {"unpack", "image.unpacked", "bayer"}},
+    };
+    for (auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.type);
+        Image in = smoothMosaic(c.type, CW, CH, c.bits);
+        Image want = make(CW, CH, PT::RGB8), got = make(CW, CH, PT::RGB8);
+        {
+            Live cpu(c.type, CW, CH, "cpu");
+            ASSERT_EQ(BrxDisplay_ConvertImage(cpu.handle, in.get(), want.get()), 0u);
+        }
+        Live gpu(c.type, CW, CH, "opengl");
+        ASSERT_EQ(gpu.initCode, 0u);
+        for (size_t i = 0; i < c.stages.size(); ++i) {
+            EXPECT_EQ(gpu.display->chain->stages.keyAt(int(i)).c_str(), c.stages[i]);
+        }
+        ASSERT_EQ(BrxDisplay_ConvertImage(gpu.handle, in.get(), got.get()), 0u);
+        double sum = 0;
+        int worst = 0, count = 0;
+        for (int y = BORDER; y < CH - BORDER; ++y) {
+            for (int i = 3 * BORDER; i < 3 * (CW - BORDER); ++i) {
+                const int d =
+                    std::abs(row8(got.get(), uint32_t(y))[i] - row8(want.get(), uint32_t(y))[i]);
+                sum += d;
+                worst = std::max(worst, d);
+                ++count;
+            }
+        }
+        EXPECT_LE(sum / count, 2.0);
+        EXPECT_LE(worst, 24);
     }
 }

@@ -4,6 +4,7 @@
 #include "FrontTestSupport.h"
 
 #include "chain/QTDProcessor.h"
+#include "gpu/QGLIPUnpack.h"
 #include "screen/DrawObjects.h"
 #include "screen/QTDSurface.h"
 #include "window/QTDViewer.h"
@@ -113,12 +114,21 @@ TEST(GpuDisplay, ComposesTheChainsOfTheOpenGLBackend) {
         EXPECT_EQ(stageNames(live.display), plain);
         EXPECT_EQ(live.display->properties.get("strict"), "0");
     }
-    // No GPU unpacking yet: the CPU one takes its place, ahead of the GPU passes.
-    {
-        Live live(PT::Mono10p, 40, 30, "opengl");
-        std::vector<std::string> withUnpack = plain;
-        withUnpack.insert(withUnpack.begin(), "unpack");
+    // Packed rows are unpacked on the GPU when they start on a byte; else the CPU unpack takes
+    // the GPU one's place, under the same name.
+    std::vector<std::string> withUnpack = plain;
+    withUnpack.insert(withUnpack.begin(), "unpack");
+    for (int width : {40, 42}) {
+        Live live(PT::Mono10p, width, 30, "opengl");
         EXPECT_EQ(stageNames(live.display), withUnpack);
+        auto* unpack = live.display->chain->GetProcessor("unpack");
+        EXPECT_EQ(dynamic_cast<QGLIPUnpack*>(unpack) != nullptr, width == 40) << width;
+    }
+    {
+        Live live(PT::BayerRG12p, 40, 30, "opengl");
+        std::vector<std::string> bayer = withUnpack;
+        bayer.insert(bayer.begin() + 2, "bayer");
+        EXPECT_EQ(stageNames(live.display), bayer);
     }
     // Past 12,000,000 pixels on a surface that asks for it: no correction, no overlay, no
     // coloration, and the viewer turns the picture upright. It still comes out upright.
@@ -136,6 +146,20 @@ TEST(GpuDisplay, ComposesTheChainsOfTheOpenGLBackend) {
         ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), out.get()), 0u);
         EXPECT_EQ(row8(out.get(), 0)[0], 30);
         EXPECT_EQ(row8(out.get(), SH - 1)[3 * SW - 1], 200);
+    }
+    // A packed mosaic that large: unpacking and demosaicing only; demosaicing turns it upright.
+    {
+        Live live(PT::BayerRG12p, 4000, 3001, "opengl");
+        EXPECT_EQ(stageNames(live.display),
+                  (std::vector<std::string>{"unpack", "bayer", "image.output", "image.display"}));
+        EXPECT_EQ(live.display->chain->properties.get("flip"), "0");
+        Image in = make(4000, 3001, PT::BayerRG12p), out = make(4000, 3001, PT::RGB8);
+        auto* bytes = static_cast<uint8_t*>(in->imageData);
+        std::memset(bytes, 0, in->imageSize / 2);
+        std::memset(bytes + in->imageSize / 2, 0xFF, in->imageSize - in->imageSize / 2);
+        ASSERT_EQ(BrxDisplay_ConvertImage(live.handle, in.get(), out.get()), 0u);
+        EXPECT_EQ(row8(out.get(), 10)[300], 0);
+        EXPECT_EQ(row8(out.get(), 2990)[300], 255);
     }
     // One pixel fewer is an ordinary frame.
     {

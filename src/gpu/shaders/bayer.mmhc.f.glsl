@@ -98,6 +98,9 @@ void main() {
     else
         rgb = vec3(PATTERN.y, gC >= 0.0 ? gC : PATTERN.x, C);
     rgb = clamp(rgb, 0.0, colorHi);
+    // Back on the input's own scale: a 12-bit mosaic gives 12-bit colour, as on the CPU, and the
+    // thresholds above still judged full-scale differences.
+    rgb /= scale;
 
     // 1005 is a TrueSense mode and leaves the pixel as it is.
     if (debug >= 1000) {
