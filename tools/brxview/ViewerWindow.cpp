@@ -183,10 +183,14 @@ QWidget* ViewerWindow::buildControls() {
     auto* backend = new QGroupBox("Backend", panel);
     auto* backendColumn = new QVBoxLayout(backend);
     auto* cpu = new QRadioButton("CPU (OpenCV)", backend);
-    cpu->setChecked(true);
-    auto* gl = new QRadioButton("OpenGL - not available yet", backend);
-    gl->setEnabled(false);
-    gl->setToolTip("The GPU path of the library is not built yet; the display runs on the CPU.");
+    cpu->setChecked(!settings.opengl);
+    auto* gl = new QRadioButton("OpenGL (shader passes)", backend);
+    gl->setChecked(settings.opengl);
+    gl->setToolTip("Frames go up to the graphics card once and run through shader passes.");
+    connect(gl, &QRadioButton::toggled, this, [this](bool on) {
+        settings.opengl = on;
+        restart();
+    });
     backendColumn->addWidget(cpu);
     backendColumn->addWidget(gl);
     column->addWidget(backend);
@@ -267,6 +271,8 @@ bool ViewerWindow::start() {
     BrxImage layout{};
     format->describe(layout, width, height, format->paddedStride(width), nullptr);
     hideOverlay();
+    // The controller builds a new window and chain for a backend other than its last one.
+    display->GetComponent()->SetParamInt("system.opengl", settings.opengl ? 1 : 0);
     const uint32_t word = display->Init(&layout);
     if (word != 0) {
         fail(QString("the display refused %1 %2x%3: status 0x%4")

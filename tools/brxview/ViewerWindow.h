@@ -36,6 +36,7 @@ public:
         bool overlay = true;
         bool info = false;
         bool coloration = false;
+        bool opengl = false; // the display's backend: OpenGL, or the CPU
         double gains[3] = {1.0, 1.0, 1.0};
         double offset = 0.0;
         double gamma = 1.0;

@@ -22,7 +22,7 @@ namespace {
 const char* const USAGE =
     "usage: brxview [--format NAME] [--size WxH] [--fps RATE] [--file PATH [--raw-size WxH]]\n"
     "               [--no-status] [--no-overlay] [--info] [--coloration]\n"
-    "               [--gains R,G,B] [--offset X] [--gamma X]\n"
+    "               [--gains R,G,B] [--offset X] [--gamma X] [--backend cpu|opengl]\n"
     "               [--window WxH] [--headless] [--frames N] [--screenshot OUT.png]\n"
     "  --format      camera pixel format of the synthetic camera or the file (RGB8)\n"
     "  --size        synthetic camera size (1024x768)\n"
@@ -31,6 +31,7 @@ const char* const USAGE =
     "  --window      size of the viewer's window (1400x900)\n"
     "  --coloration  paint under- and over-exposed pixels (green, red)\n"
     "  --gains ...   colour correction: gains, offset (a fraction of full scale), gamma\n"
+    "  --backend     cpu (OpenCV, the default) or opengl (shader passes; needs OpenGL)\n"
     "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
     "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
 
@@ -86,6 +87,14 @@ int parse(int argc, char** argv, Options& o) {
                         CameraFormat::listing("  ").c_str());
             std::fputs(CONTROLS, stdout);
             return 1;
+        } else if (a == "--backend") {
+            if (!(v = value("--backend")))
+                return 2;
+            if (std::strcmp(v, "cpu") != 0 && std::strcmp(v, "opengl") != 0) {
+                std::fprintf(stderr, "brxview: unknown backend %s; cpu or opengl\n", v);
+                return 2;
+            }
+            o.settings.opengl = std::strcmp(v, "opengl") == 0;
         } else if (a == "--headless") {
             o.headless = true;
         } else if (a == "--no-status") {
