@@ -13,6 +13,7 @@
 // xvfb-run with QT_QPA_PLATFORM=xcb); without one its cases are skipped.
 
 #include "chain/QTDProcessor.h"
+#include "chain/QTDProcs.h"
 #include "front/QTDDisplay.h"
 #include "image/ColorModelDescription.h"
 #include "image/QTDImageHelpers.h"
@@ -61,6 +62,15 @@ public:
 
 Image frame(int width, int height, uint32_t type, unsigned seed) {
     Image image(QTDImageHelpers::imageCreateImage(nullptr, width, height, type));
+    if (QTD::Procs::isIn(QTD::Procs::PACKED_INDEX, type)) {
+        // Packed rows: any bytes are samples.
+        auto* bytes = static_cast<uint8_t*>(image->imageData);
+        for (uint32_t i = 0; i < image->imageSize; ++i) {
+            bytes[i] = uint8_t(i * 7 + seed * 101);
+        }
+        image->imageID = seed;
+        return image;
+    }
     const bool wide = image->bitsPerChannel > 8;
     for (uint32_t y = 0; y < image->height; ++y) {
         auto* row = static_cast<uint8_t*>(image->imageData) + size_t(y) * image->stride;
@@ -174,8 +184,18 @@ void mono12(benchmark::State& state) {
     displayFps(state, QTD::PixelType::Mono12);
 }
 
+void bayerRG12p(benchmark::State& state) {
+    displayFps(state, QTD::PixelType::BayerRG12p);
+}
+
 } // namespace
 
+BENCHMARK(bayerRG12p)
+    ->Args({4096, 3000, 0})
+    ->Args({4096, 3000, 1})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
 BENCHMARK(mono8)
     ->Args({1920, 1200, 0})
     ->Args({4096, 3000, 0})

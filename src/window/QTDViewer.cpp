@@ -157,8 +157,11 @@ int32_t QTDViewer::addDisplayStages(const QTD::Backend& backend, BrxImage* forma
     shut();
     int w = side(source->width);
     int h = side(source->height);
-    processedImage = QTDImageHelpers::imageCreateFormat(nullptr, w, h, source->pixelType);
-    displayImage = QTDImageHelpers::imageCreateFormat(nullptr, w, h, DISPLAY_FORMAT);
+    // Rows lie as the chain leaves them: a GPU chain leaves them bottom-up, and the coloration
+    // pass reads the raw picture by that.
+    const int rows = source->orientation == 1 ? -h : h;
+    processedImage = QTDImageHelpers::imageCreateFormat(nullptr, w, rows, source->pixelType);
+    displayImage = QTDImageHelpers::imageCreateFormat(nullptr, w, rows, DISPLAY_FORMAT);
     if (!processedImage || !displayImage)
         return NoImages;
 

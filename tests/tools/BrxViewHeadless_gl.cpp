@@ -90,7 +90,7 @@ void checkHeadlessRun(const std::string& environment, const char* format,
 // On the X server; on Qt's offscreen platform, where no xvfb-run is found and the viewer lays the
 // display's own store over the widgets; with half the red gain, so that full red shows at half
 // level; with the coloration, which paints white (over-exposed) red and black (under-exposed)
-// green; and from a Bayer camera.
+// green; and from a Bayer camera; and the same on the OpenGL backend.
 TEST(BrxViewHeadless, ShowsTheCameraAndReportsItsFigures) {
     const uint32_t halfRed[] = {0x80FFFF, 0x80FF00, 0x00FFFF, 0x00FF00,
                                 0x8000FF, 0x800000, 0x0000FF, 0x000000};
@@ -106,7 +106,10 @@ TEST(BrxViewHeadless, ShowsTheCameraAndReportsItsFigures) {
                  SyntheticScene::barColours},
                 {"", "RGB8", "--gains 0.5,1,1", halfRed},
                 {"", "RGB8", "--coloration", painted},
-                {"", "BayerRG8", "", SyntheticScene::barColours}};
+                {"", "BayerRG8", "", SyntheticScene::barColours},
+                {"", "BayerRG12p", "--backend opengl", SyntheticScene::barColours},
+                {"", "RGB8", "--backend opengl --gains 0.5,1,1", halfRed},
+                {"", "RGB8", "--backend opengl --coloration", painted}};
     for (const auto& r : runs)
         checkHeadlessRun(r.environment, r.format, r.options, r.bars);
 }
