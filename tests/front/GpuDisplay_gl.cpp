@@ -124,11 +124,17 @@ TEST(GpuDisplay, ComposesTheChainsOfTheOpenGLBackend) {
         auto* unpack = live.display->chain->GetProcessor("unpack");
         EXPECT_EQ(dynamic_cast<QGLIPUnpack*>(unpack) != nullptr, width == 40) << width;
     }
-    {
-        Live live(PT::BayerRG12p, 40, 30, "opengl");
-        std::vector<std::string> bayer = withUnpack;
-        bayer.insert(bayer.begin() + 2, "bayer");
+    std::vector<std::string> bayer = withUnpack;
+    bayer.insert(bayer.begin() + 2, "bayer");
+    for (uint32_t type : {PT::BayerRG12p, uint32_t(BRX_PIXEL_BayerGR10Packed)}) {
+        Live live(type, 40, 30, "opengl");
         EXPECT_EQ(stageNames(live.display), bayer);
+    }
+    {
+        Live live(PT::YUV422_8_UYVY, 40, 30, "opengl");
+        std::vector<std::string> yuv = plain;
+        yuv.insert(yuv.begin(), "yuv2rgb");
+        EXPECT_EQ(stageNames(live.display), yuv);
     }
     // Past 12,000,000 pixels on a surface that asks for it: no correction, no overlay, no
     // coloration, and the viewer turns the picture upright. It still comes out upright.
@@ -239,11 +245,12 @@ TEST(GpuDisplay, AlternatingBackendsAndDeletionMidStream) {
     auto widget = host(200, 150);
     BrxDisplay* handle = BrxDisplay_CreateComponent();
     QTDDisplay* display = dynamic_cast<BrxDisplayImpl*>(handle)->display;
-    const uint32_t types[] = {PT::Mono8, PT::Mono12, PT::RGB8};
+    const uint32_t types[] = {PT::Mono8,      PT::Mono12,  PT::RGB8,         PT::BayerRG8,
+                              PT::BayerRG12p, PT::Mono10p, PT::YUV422_8_UYVY};
     Image image;
     for (int cycle = 0; cycle < 50; ++cycle) {
         SCOPED_TRACE(cycle);
-        image = make(64 + cycle % 3, 48, types[cycle % 3]);
+        image = make(64 + cycle % 3 * 8, 48, types[cycle % 7]);
         std::memset(image->imageData, 0x05, image->imageSize);
         const char* mode = cycle % 2 ? "opengl" : "cpu";
         ASSERT_EQ(BrxDisplay_Initialize(handle, widget.get(), mode, image.get()), 0u);
