@@ -38,19 +38,10 @@ uint32_t QGLIPBayer::Init(BrxImage* input, BrxImage* outputArg) {
     }
     bag.set("image.color.coef", ATTR::format("%f", coef), true);
     bag.set("bgr", bgr ? "0" : "1", true);
-    if (!texture.init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    target = new QGLImage(surface);
     // The target copies values as they come: the pass has done the scaling.
     QTD::PROPERTIES targetBag = bag;
     targetBag.set("image.color.coef", "1.0", true);
-    if (!target->init(input, &targetBag))
-        return endInit(CodeNotReady, input, nullptr);
-    bag.set("output", ATTR(static_cast<void*>(target)), true);
-    pass = makePass();
-    if (!pass || !pass->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    return endInit(CodeOk, input, target->image());
+    return buildPass(input, input, bag, targetBag);
 }
 
 uint32_t QGLIPBayer::ProcessImage(BrxImage* input, BrxImage* outputArg, void* context) {

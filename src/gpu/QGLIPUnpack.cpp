@@ -61,16 +61,7 @@ uint32_t QGLIPUnpack::Init(BrxImage* input, BrxImage* outputArg) {
     QTD::PROPERTIES bag = QGLStages::setUp(input, surface, UNPACK_INDEX[at], properties);
     bag.set("src.size.x", ATTR(rowBytes), true);
     bag.set("src.size.y", ATTR(int(input->height)), true);
-    if (!texture.init(bytes, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    target = new QGLImage(surface);
-    if (!target->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    bag.set("output", ATTR(static_cast<void*>(target)), true);
-    pass = makePass();
-    if (!pass || !pass->init(input, &bag))
-        return endInit(CodeNotReady, input, nullptr);
-    return endInit(CodeOk, input, target->image());
+    return buildPass(input, bytes, bag, bag);
 }
 
 uint32_t QGLIPUnpack::ProcessImage(BrxImage* input, BrxImage* outputArg, void* context) {

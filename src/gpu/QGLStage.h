@@ -93,9 +93,16 @@ protected:
             return endInit(code, input, nullptr);
         PROPERTIES bag = QGLStages::setUp(input, surface, input->pixelType, this->properties);
         bag.set(&extra, true);
-        texture.init(input, &bag);
+        return buildPass(input, input, bag, bag);
+    }
+
+    // The end of Init of a stage with a pass: the input texture for pixels like `upload`, the
+    // target from `targetBag`, the pass from `bag`, which learns the target as "output".
+    uint32_t buildPass(BrxImage* input, BrxImage* upload, PROPERTIES& bag, PROPERTIES targetBag) {
+        if (!texture.init(upload, &bag))
+            return endInit(Procs::CodeNotReady, input, nullptr);
         target = new QGLImage(surface);
-        if (!target->init(input, &bag))
+        if (!target->init(input, &targetBag))
             return endInit(Procs::CodeNotReady, input, nullptr);
         bag.set("output", ATTR(static_cast<void*>(target)), true);
         pass = makePass();
