@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <regex>
 #include <string>
 
@@ -110,8 +111,11 @@ TEST(BrxViewHeadless, ShowsTheCameraAndReportsItsFigures) {
                 {"", "BayerRG12p", "--backend opengl", SyntheticScene::barColours},
                 {"", "RGB8", "--backend opengl --gains 0.5,1,1", halfRed},
                 {"", "RGB8", "--backend opengl --coloration", painted}};
+    // Without Qt's GLX integration (the sanitizer builds) there is no OpenGL to run on.
+    const bool gl = qgetenv("QT_XCB_GL_INTEGRATION") != "none";
     for (const auto& r : runs)
-        checkHeadlessRun(r.environment, r.format, r.options, r.bars);
+        if (gl || std::strstr(r.options, "opengl") == nullptr)
+            checkHeadlessRun(r.environment, r.format, r.options, r.bars);
 }
 
 } // namespace
