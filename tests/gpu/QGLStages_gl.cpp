@@ -7,12 +7,17 @@
 #include "cpu/CPUIPExposureColoration.h"
 #include "cpu/CPUIPImage.h"
 #include "cpu/CPUIPImageOverlay.h"
+#include "demosaic/ShaderReference.h"
+#include "gpu/QGLBayerMHC.h"
 #include "gpu/QGLColorCorrection.h"
+#include "gpu/QGLIPBayer.h"
 #include "gpu/QGLIPColorCorrection.h"
 #include "gpu/QGLIPExposureColoration.h"
 #include "gpu/QGLIPImage.h"
 #include "gpu/QGLIPImageOverlay.h"
+#include "gpu/QGLIPUnpack.h"
 #include "gpu/QGLShaders.h"
+#include "image/BrxImageUnpack.h"
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxDisplayProcessor.h>
@@ -400,6 +405,115 @@ TEST_F(GLStage, RefusalsAndTheirCodes) {
     Stage<CorrectionWithBrokenPass> broken(new CorrectionWithBrokenPass(&controller));
     EXPECT_EQ(code(broken->Init(frame.get(), nullptr)), CodeNotReady);
     EXPECT_FALSE(broken->isReady());
+}
+
+// A mosaic of noise that drives every branch of the edge test, demosaiced by the stage, against
+// the transcription of its shader: each pattern at 8 and 12 bits, away from a 2-pixel border.
+TEST_F(GLStage, BayerStageMatchesTheShaderTranscription) {
+    struct Mosaic {
+        Frame& frame;
+        uint16_t sample(int x, int y, int) const {
+            uint8_t const* row = frame.bytes.data() + size_t(y) * frame.record.stride;
+            if (frame.record.bitsPerChannel == 8)
+                return row[x];
+            uint16_t v;
+            std::memcpy(&v, row + 2 * x, 2);
+            return v;
+        }
+    };
+    uint32_t const types[] = {BRX_PIXEL_BayerGR8,  BRX_PIXEL_BayerRG8,  BRX_PIXEL_BayerBG8,
+                              BRX_PIXEL_BayerGB8,  BRX_PIXEL_BayerGR12, BRX_PIXEL_BayerRG12,
+                              BRX_PIXEL_BayerBG12, BRX_PIXEL_BayerGB12};
+    for (uint32_t type : types) {
+        SCOPED_TRACE(testing::Message() << std::hex << type);
+        Frame frame(37, 21, type, 5);
+        const int depth = int(frame.record.bitsPerChannel);
+        Stage<QGLIPBayer> stage(new QGLIPBayer(&controller));
+        ASSERT_TRUE(runs(stage.get(), frame.get()));
+        ASSERT_EQ(stage->RunCommand("readGPU"), 0u);
+        BrxImage* out = stage->Output();
+        ASSERT_EQ(out->pixelType, depth == 8 ? BRX_PIXEL_RGB8 : BRX_PIXEL_RGB12);
+        // The shader scales 8-bit data by 1/255 and deeper data by 2^(16 - depth) / 65535.
+        const double unit = depth == 8 ? 255.0 : 65535.0 / double(1 << (16 - depth));
+        Mosaic mosaic{frame};
+        DemosaicTest::ShaderReference<Mosaic> const reference{
+            mosaic, RenderObjects::QGLBayerMHC::pattern(type), unit};
+        const long top = (1L << depth) - 1;
+        long most = 0;
+        for (int y = 2; y < 21 - 2; ++y)
+            for (int x = 2; x < 37 - 2; ++x) {
+                long want[3];
+                reference.pixel(x, y, want);
+                // The target lies bottom-up: the pass turns the picture over.
+                uint8_t const* row = static_cast<uint8_t*>(out->imageData) +
+                                     size_t(out->orientation == 1 ? 20 - y : y) * out->stride;
+                for (int c = 0; c < 3; ++c) {
+                    uint16_t got = row[3 * x + c];
+                    if (depth > 8)
+                        std::memcpy(&got, row + 2 * (3 * x + c), 2);
+                    most = std::max(most, std::labs(std::min(want[c], top) - long(got)));
+                }
+            }
+        EXPECT_LE(most, 1);
+    }
+}
+
+// The packed stream forms unpacked on the GPU bit for bit as on the CPU; widths that end inside
+// a packing group, the row-aligned "Packed" forms and a pass that does not build are refused
+// at Init (code 3, 3, 8), which is what sends the chain to the CPU unpack.
+TEST_F(GLStage, UnpackStageIsBitExactOrRefuses) {
+    for (int i = 0; i < 20; ++i) {
+        const uint32_t type = PACKED_INDEX[i];
+        const bool stream = i == 2 || i == 3 || i >= 12;
+        const int group = UNPACK_INDEX[i] == BRX_PIXEL_Mono12 || (i >= 16) ? 2 : 4;
+        for (int w : {8 * group, 8 * group + 1}) {
+            SCOPED_TRACE(testing::Message() << std::hex << type << std::dec << " w=" << w);
+            BrxImage packed{};
+            QTDImageHelpers::imageCreateFormat(&packed, w, 6, type);
+            std::vector<uint8_t> bytes(packed.imageSize + 8);
+            uint32_t seed = 5;
+            for (auto& b : bytes)
+                b = uint8_t((seed = seed * 1664525u + 1013904223u) >> 24);
+            packed.imageData = bytes.data();
+            Stage<QGLIPUnpack> stage(new QGLIPUnpack(&controller));
+            const uint32_t word = stage->Init(&packed, nullptr);
+            if (!stream || w % group != 0) {
+                EXPECT_EQ(int(word & 0xFFFF), CodeNotSupported);
+                continue;
+            }
+            ASSERT_EQ(word, 0u);
+            ASSERT_EQ(stage->ProcessImage(&packed, nullptr, nullptr), 0u);
+            BrxImage* out = stage->Output();
+            ASSERT_EQ(out->pixelType, UNPACK_INDEX[i]);
+            auto* target = QGLImage::Find(out);
+            ASSERT_NE(target, nullptr);
+            // A Bayer target reads back only as the mono samples it holds.
+            BrxImage samples = *out;
+            samples.pixelType = group == 2 ? BRX_PIXEL_Mono12 : BRX_PIXEL_Mono10;
+            ASSERT_NE(target->readGPU(&samples), nullptr);
+            BrxImage cpu{};
+            QTDImageHelpers::imageCreateFormat(&cpu, w, 6, UNPACK_INDEX[i]);
+            ASSERT_EQ(BrxImageUnpack::Unpack(&packed, &cpu), 1);
+            std::unique_ptr<void, decltype(&std::free)> block(cpu.allocatedData, &std::free);
+            for (uint32_t y = 0; y < 6; ++y)
+                EXPECT_EQ(std::memcmp(static_cast<uint8_t*>(out->imageData) + y * out->stride,
+                                      static_cast<uint8_t*>(cpu.imageData) + y * cpu.stride,
+                                      size_t(2 * w)),
+                          0)
+                    << "row " << y;
+        }
+    }
+    class UnpackWithBrokenPass : public QGLIPUnpack {
+    public:
+        using QGLIPUnpack::QGLIPUnpack;
+        QGLRenderObject* makePass() override { return new BrokenCorrection(surface); }
+    };
+    Frame frame(32, 4, BRX_PIXEL_Mono8, 0);
+    BrxImage packed{};
+    QTDImageHelpers::imageCreateFormat(&packed, 16, 4, BRX_PIXEL_Mono12p);
+    packed.imageData = frame.bytes.data();
+    Stage<UnpackWithBrokenPass> broken(new UnpackWithBrokenPass(&controller));
+    EXPECT_EQ(int(broken->Init(&packed, nullptr) & 0xFFFF), CodeNotReady);
 }
 
 } // namespace
