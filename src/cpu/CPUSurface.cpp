@@ -12,7 +12,6 @@
 #include <QLine>
 #include <QPainter>
 #include <QPen>
-#include <QPixmap>
 #include <QRect>
 #include <QRegion>
 #include <QWindow>
@@ -230,5 +229,7 @@ void CPUSurface::image(BrxImage* img, QTD::TRECT<double>* target, QTD::TRECT<dou
                     roundHalfAway(target->width), roundHalfAway(target->height));
     QImage wrapped(static_cast<uchar const*>(img->imageData), w, h, static_cast<int>(stride),
                    QImage::Format_RGB888);
-    painter->drawPixmap(to, QPixmap::fromImage(wrapped), from);
+    // Drawn straight from the frame: the painter converts and scales only the rows and columns
+    // it shows, so a paint costs what the window holds, not what the camera sends.
+    painter->drawImage(to, wrapped, from);
 }
