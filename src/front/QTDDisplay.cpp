@@ -333,6 +333,7 @@ bool QTDDisplay::initProcessor(BrxImage* format) {
     delete chain;
     chain = nullptr;
     properties.set("processor", "0", true);
+    acceptFrames(nullptr);
     incoming.shut();
 
     if (viewer != nullptr) {
@@ -369,15 +370,24 @@ bool QTDDisplay::initProcessor(BrxImage* format) {
         currentImage = nullptr;
         return false;
     }
+    acceptFrames(currentImage);
     if (chain->Init(format, nullptr) == 0 && viewer != nullptr &&
         viewer->init(format, chain) == 0) {
         properties.set("processor", ATTR(static_cast<void*>(chain)), true);
         return true;
     }
     lastError = CodeNoResources;
+    acceptFrames(nullptr);
     QTDImageHelpers::imageDelete(currentImage);
     currentImage = nullptr;
     return false;
+}
+
+void QTDDisplay::acceptFrames(const BrxImage* format) {
+    std::lock_guard<std::recursive_mutex> hold(incoming.writeGuard);
+    accepted = format != nullptr
+                   ? Accepted{format->width, format->height, format->pixelType, format->imageSize}
+                   : Accepted{};
 }
 
 void QTDDisplay::Release() {
@@ -401,6 +411,7 @@ void QTDDisplay::Release() {
     if (gpu && surface != nullptr) {
         surface->end();
     }
+    acceptFrames(nullptr);
     if (currentImage != nullptr) {
         currentImage->imageData = nullptr;
         QTDImageHelpers::imageDelete(currentImage);
@@ -415,17 +426,16 @@ void QTDDisplay::Release() {
 // Images
 
 bool QTDDisplay::needInitialize(BrxImage* image) {
-    // The controller's thread rewrites the record during a pass and replaces it during a set-up,
-    // both under the component lock.
-    std::lock_guard<std::recursive_mutex> component(componentLock());
-    if (currentImage == nullptr || image == nullptr) {
+    // The geometry the hand-over accepts, not the record a pass is rewriting.
+    std::lock_guard<std::recursive_mutex> hold(incoming.writeGuard);
+    if (accepted.width == 0 || image == nullptr) {
         return false;
     }
-    if (image->width != 0 && image->height != 0 && image->width == currentImage->width &&
-        image->height == currentImage->height) {
+    if (image->width != 0 && image->height != 0 && image->width == accepted.width &&
+        image->height == accepted.height) {
         return false;
     }
-    return image->imageSize <= currentImage->imageSize;
+    return image->imageSize <= accepted.imageSize;
 }
 
 uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
@@ -461,22 +471,23 @@ uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
 }
 
 int QTDDisplay::handOver(BrxImage* image) {
-    std::lock_guard<std::recursive_mutex> component(componentLock());
-    if (currentImage == nullptr) {
+    // Only other cameras and a set-up hold this lock; a pass works on a buffer of its own.
+    std::lock_guard<std::recursive_mutex> hold(incoming.writeGuard);
+    if (accepted.width == 0) {
         return 0; // not set up: the slot answers
     }
     // The chain reads the bytes as the set-up's type, whatever the record says.
-    const uint32_t type = currentImage->pixelType;
+    const uint32_t type = accepted.pixelType;
     if (!QTD::holdsGeometry(*image, type)) {
         return CodeBadArgument;
     }
     // needInitialize lets other geometry through when its imageSize exceeds the set-up's.
-    if (image->width != currentImage->width || image->height != currentImage->height) {
+    if (image->width != accepted.width || image->height != accepted.height) {
         return CodeNotReady;
     }
-    std::lock_guard<std::recursive_mutex> swap(incoming.writeGuard);
     const long room = long(incoming.size) - RECORD_SIZE;
-    if (room <= 0) {
+    char* back = incoming.back();
+    if (room <= 0 || back == nullptr) {
         return CodeNotReady;
     }
     const auto* pixels = static_cast<const char*>(image->imageData);
@@ -486,38 +497,34 @@ int QTDDisplay::handOver(BrxImage* image) {
     const uint64_t needed = QTD::frameBytes(type, image->width, image->height, image->stride);
     const uint64_t row = QTD::rowBytes(type, image->width);
     if (needed <= uint64_t(room)) {
-        incoming.put(pixels, int(needed), 0);
+        std::memcpy(back, pixels, size_t(needed));
         record.imageSize = uint32_t(needed);
     } else if (!QTD::isBitStream(type) && !QTD::isTightRows(type) &&
                row * image->height <= uint64_t(room)) {
         // Rows further apart than the buffer's room allows are copied tight.
         for (uint32_t y = 0; y < image->height; ++y) {
-            incoming.put(pixels + uint64_t(y) * image->stride, int(row), int(y * row));
+            std::memcpy(back + y * row, pixels + uint64_t(y) * image->stride, size_t(row));
         }
         record.stride = uint32_t(row);
         record.imageSize = uint32_t(row * image->height);
     } else {
         return CodeNotReady;
     }
-    incoming.put(reinterpret_cast<const char*>(&record), RECORD_SIZE, int(room));
+    std::memcpy(back + room, &record, RECORD_SIZE);
+    incoming.publish();
     return 0;
 }
 
 void QTDDisplay::slotCheckIncomingBuffer() {
-    // Cleared before the swap: a frame put after it queues the next check.
+    // Cleared before the take: a frame published after it queues the next check.
     checkPending = false;
     std::unique_lock<std::recursive_mutex> component(componentLock());
-    std::unique_lock<std::recursive_mutex> swap(incoming.writeGuard);
-    incoming.swap();
-    const int front = incoming.active;
+    char* buffer = incoming.take();
     if (currentImage == nullptr || chain == nullptr || getWindow() == nullptr || lastError != 0) {
         lastError = CodeNotReady;
-        incoming.count[front] = 0;
         return;
     }
-    char* buffer = incoming.buffers[front];
-    if (incoming.count[front] == 0 || incoming.size <= RECORD_SIZE || buffer == nullptr) {
-        incoming.count[front] = 0;
+    if (buffer == nullptr || incoming.size <= RECORD_SIZE) {
         return;
     }
     BrxImage record;
@@ -532,8 +539,6 @@ void QTDDisplay::slotCheckIncomingBuffer() {
         imageProcParams["result"] = ATTR::format("%u", unsigned(int32_t(lastError)));
         messenger.sendCommandParams("notification.image", &imageProcParams);
     }
-    incoming.count[front] = 0;
-    swap.unlock();
     if (lastError == 0) {
         viewer->slotDisplayImage(chain->Output(), true);
     }

@@ -6,11 +6,11 @@
 // an image that comes before the last was taken overwrites it.
 
 #include "core/ComponentImpl.h"
-#include "core/DoubleBuffer.h"
 #include "core/FpsCounter.h"
 #include "core/Messenger.h"
 #include "core/PROPERTIES.h"
 #include "core/RMutex.h"
+#include "core/TripleBuffer.h"
 
 #include <brx/BrxDisplayProcessor.h>
 #include <brx/BrxImage.h>
@@ -95,8 +95,15 @@ public:
     QTDScreen* getScreen();
     QTDWindow* getWindow();
 
-    // The hand-over buffer: pixels first, the image record in its last 96 bytes.
-    QTD::DoubleBuffer incoming;
+    // The hand-over buffers: pixels first, the image record in the last 96 bytes. A third buffer
+    // lets a camera hand over while a pass works on the frame before: the caller never waits
+    // for the display.
+    QTD::TripleBuffer incoming;
+    // What the hand-over accepts, under `incoming.writeGuard`: the set-up's geometry, all 0
+    // when there is none. Kept apart from the component lock, which a pass holds.
+    struct Accepted {
+        uint32_t width = 0, height = 0, pixelType = 0, imageSize = 0;
+    } accepted;
     QTDProcessor* chain = nullptr;
     QTDConverter* converter = nullptr;
     QTDViewer* viewer = nullptr;
@@ -169,6 +176,8 @@ public:
     bool initProcessor(BrxImage* format);
     // An image that must be refused until the display is set up again.
     bool needInitialize(BrxImage* image);
+    // What the hand-over accepts from now on: frames like `format`, or none for null.
+    void acceptFrames(const BrxImage* format);
     // Copies what the geometry of `image` needs into the back buffer; a plain code.
     int handOver(BrxImage* image);
     // Fills `statusBag` and draws the status line, if it is switched on.
