@@ -9,6 +9,8 @@
 //   memcpy/s     plain copies of one frame's bytes per second, on this machine in this run
 //   vs_memcpy    processed/s against memcpy/s
 //   chain_ms     the chain's own "time" of its last pass
+//   handover_vs_memcpy  the camera thread's time in ProcessImage per frame against a memcpy
+// The fourth argument is the rate offered, in frames a second; 0 offers flat out.
 // The third argument picks the backend: 0 CPU, 1 OpenGL. OpenGL needs an X server (run under
 // xvfb-run with QT_QPA_PLATFORM=xcb); without one its cases are skipped.
 
@@ -109,9 +111,10 @@ void displayFps(benchmark::State& state, uint32_t type) {
     const int width = int(state.range(0));
     const int height = int(state.range(1));
     const bool opengl = state.range(2) != 0;
+    const double rate = double(state.range(3));
     const double duration = seconds();
     QWidget host;
-    host.resize(800, 600);
+    host.resize(1280, 960);
     host.show();
     QTDDisplay display(&host, opengl);
     Image frames[2] = {frame(width, height, type, 1), frame(width, height, type, 2)};
@@ -134,13 +137,24 @@ void displayFps(benchmark::State& state, uint32_t type) {
         const long processedBefore = long(display.processedCounter.frames.load());
         const long paintedBefore = counter.painted.load();
         const auto start = Clock::now();
+        std::atomic<double> handOverSeconds{0.0};
         std::thread camera([&] {
+            double spent = 0.0;
+            auto next = Clock::now();
             for (unsigned n = 0; !stop.load(std::memory_order_relaxed); ++n) {
+                if (rate > 0) {
+                    next += std::chrono::duration_cast<Clock::duration>(
+                        std::chrono::duration<double>(1.0 / rate));
+                    std::this_thread::sleep_until(next);
+                }
+                const auto call = Clock::now();
                 if (display.ProcessImage(frames[n & 1].get()) != 0) {
                     ++refused;
                 }
+                spent += since(call);
                 ++offered;
             }
+            handOverSeconds = spent;
         });
         while (since(start) < duration) {
             QCoreApplication::processEvents();
@@ -169,6 +183,8 @@ void displayFps(benchmark::State& state, uint32_t type) {
         state.counters["dropped"] = offeredRate > 0.0 ? 1.0 - processedRate / offeredRate : 0.0;
         state.counters["memcpy/s"] = copies;
         state.counters["vs_memcpy"] = copies > 0.0 ? processedRate / copies : 0.0;
+        const double perCall = offered.load() > 0 ? handOverSeconds / double(offered.load()) : 0.0;
+        state.counters["handover_vs_memcpy"] = copies > 0.0 ? perCall * copies : 0.0;
         state.counters["chain_ms"] =
             display.chain != nullptr ? display.chain->properties.getAs<double>("time", "0", true)
                                      : 0.0;
@@ -184,6 +200,10 @@ void mono12(benchmark::State& state) {
     displayFps(state, QTD::PixelType::Mono12);
 }
 
+void bayerRG8(benchmark::State& state) {
+    displayFps(state, QTD::PixelType::BayerRG8);
+}
+
 void bayerRG12p(benchmark::State& state) {
     displayFps(state, QTD::PixelType::BayerRG12p);
 }
@@ -191,22 +211,31 @@ void bayerRG12p(benchmark::State& state) {
 } // namespace
 
 BENCHMARK(bayerRG12p)
-    ->Args({4096, 3000, 0})
-    ->Args({4096, 3000, 1})
+    ->Args({4096, 3000, 0, 30})
+    ->Args({4096, 3000, 0, 0})
+    ->Args({4096, 3000, 1, 0})
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
+BENCHMARK(bayerRG8)
+    ->Args({4096, 3000, 0, 30})
+    ->Args({4096, 3000, 0, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
 BENCHMARK(mono8)
-    ->Args({1920, 1200, 0})
-    ->Args({4096, 3000, 0})
+    ->Args({1920, 1200, 0, 0})
+    ->Args({4096, 3000, 0, 30})
+    ->Args({4096, 3000, 0, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
 BENCHMARK(mono12)
-    ->Args({1920, 1200, 0})
-    ->Args({1920, 1200, 1})
-    ->Args({4096, 3000, 0})
-    ->Args({4096, 3000, 1})
+    ->Args({1920, 1200, 0, 0})
+    ->Args({1920, 1200, 1, 0})
+    ->Args({4096, 3000, 0, 30})
+    ->Args({4096, 3000, 0, 0})
+    ->Args({4096, 3000, 1, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
