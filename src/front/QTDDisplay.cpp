@@ -464,8 +464,12 @@ uint32_t QTDDisplay::ProcessImage(BrxImage* image) {
     if (!checkPending.exchange(true)) {
         QTD::postedTo(this);
         emit signalImageReceived();
+        // An idle controller's thread gets its chance at once; while it is busy with a pass a
+        // yield would only give the caller's time slice away.
+        if (!passing) {
+            sched_yield();
+        }
     }
-    sched_yield();
     const int code = lastError;
     return code == 0 ? 0u : status(unsigned(code) & 0xFFFFu);
 }
@@ -516,8 +520,19 @@ int QTDDisplay::handOver(BrxImage* image) {
 }
 
 void QTDDisplay::slotCheckIncomingBuffer() {
+    // A camera's check can be queued ahead of the paint of the last frame: the paint goes
+    // first, or frames would be processed and never shown. The check stays pending meanwhile.
+    if (QTDWindow* window = getWindow(); window != nullptr && window->framePending()) {
+        emit signalCheckIncomingBuffer();
+        return;
+    }
     // Cleared before the take: a frame published after it queues the next check.
     checkPending = false;
+    passing = true;
+    struct Passed {
+        std::atomic<bool>& flag;
+        ~Passed() { flag = false; }
+    } passed{passing};
     std::unique_lock<std::recursive_mutex> component(componentLock());
     char* buffer = incoming.take();
     if (currentImage == nullptr || chain == nullptr || getWindow() == nullptr || lastError != 0) {

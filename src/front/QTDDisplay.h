@@ -118,6 +118,8 @@ public:
     // A buffer check is queued and has not begun: frames handed over meanwhile need no second
     // one, so a busy controller's thread never finds a backlog of them.
     std::atomic<bool> checkPending{false};
+    // A pass of the chain is running on the controller's thread.
+    std::atomic<bool> passing{false};
     QTD::PROPERTIES statusBag;
     int32_t fpsWindow = 2;
     double lastFps = 0.0;

@@ -56,6 +56,8 @@ public:
     virtual void render();
     // Asks for a frame; safe from any thread.
     virtual void update();
+    // A frame asked for by update() and not drawn yet.
+    bool framePending() const { return updatePending; }
     virtual void setImage(BrxImage* image, bool redraw);
     // Passes the window size to screen and overlay; not QWindow's geometry change.
     virtual void resize(int width, int height);
