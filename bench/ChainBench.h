@@ -29,6 +29,8 @@ struct DisplayChain {
         displayFormat.reset(
             QTDImageHelpers::imageCreateFormat(nullptr, Width, Height, QTD::PixelType::RGB8));
         BrxImgProcessor* display = BrxDisplayCPU::Image::CreateComponent(chain.GetComponent());
+        // As the viewer sets it up: a frame that needs no conversion is shared, not copied.
+        display->GetComponent()->SetParamInt("share.input", 1);
         ok = ok && display->Init(processedFormat.get(), displayFormat.get()) == 0;
         chain.AddProcessor("image.display", display);
     }

@@ -3,6 +3,8 @@
 
 #include "ChainBench.h"
 
+#include "image/BrxImageUnpack.h"
+
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -67,7 +69,38 @@ void BM_Chain_RGB8ToRGB8(benchmark::State& state) {
     runChain(state, PixelType::RGB8, false);
 }
 
+void BM_Chain_BayerRG8ToRGB8(benchmark::State& state) {
+    runChain(state, PixelType::BayerRG8, false);
+}
+void BM_Chain_BayerRG12pToRGB8(benchmark::State& state) {
+    runChain(state, PixelType::BayerRG12p, false);
+}
+
 // The same jobs written directly with OpenCV.
+void BM_OpenCV_BayerRG8ToRGB8(benchmark::State& state) {
+    Image input = makeInput(PixelType::BayerRG8);
+    cv::Mat source(Height, Width, CV_8UC1, input->imageData, input->stride);
+    cv::Mat rgb(Height, Width, CV_8UC3);
+    for (auto _ : state) {
+        cv::cvtColor(source, rgb, cv::COLOR_BayerBG2RGB);
+        benchmark::DoNotOptimize(rgb.data);
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
+}
+// Unpacking (the library's own routine, as OpenCV has none), demosaicing and narrowing.
+void BM_OpenCV_BayerRG12pToRGB8(benchmark::State& state) {
+    Image input = makeInput(PixelType::BayerRG12p);
+    Image plain(QTDImageHelpers::imageCreateImage(nullptr, Width, Height, PixelType::BayerRG12));
+    cv::Mat mosaic(Height, Width, CV_16UC1, plain->imageData, plain->stride);
+    cv::Mat rgb16(Height, Width, CV_16UC3), rgb(Height, Width, CV_8UC3);
+    for (auto _ : state) {
+        BrxImageUnpack::Unpack(input.get(), plain.get());
+        cv::cvtColor(mosaic, rgb16, cv::COLOR_BayerBG2RGB);
+        rgb16.convertTo(rgb, CV_8U, 1.0 / 16.0);
+        benchmark::DoNotOptimize(rgb.data);
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
+}
 void BM_OpenCV_Mono12ToRGB8(benchmark::State& state) {
     Image input = makeInput(PixelType::Mono12);
     cv::Mat source(Height, Width, CV_16UC1, input->imageData, input->stride);
@@ -145,6 +178,10 @@ void BM_Memcpy_Mono12(benchmark::State& state) {
 
 } // namespace
 
+BENCHMARK(BM_OpenCV_BayerRG8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Chain_BayerRG8ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_OpenCV_BayerRG12pToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Chain_BayerRG12pToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_OpenCV_Mono12ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Chain_Mono12ToRGB8)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Chain_Mono12ToRGB8_WithColoration)->Unit(benchmark::kMillisecond)->UseRealTime();

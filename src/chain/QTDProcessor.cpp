@@ -267,7 +267,8 @@ int QTDProcessor::initCPU(BrxImage* input, BrxImage* output) {
     if (compose(cpu, StageKind::ColorCorrection, "image.colorcorrection", input, nullptr) !=
             CodeOk ||
         compose(cpu, StageKind::ImageOverlay, "image.overlay", input, nullptr) != CodeOk ||
-        compose(cpu, StageKind::Image, "image.output", input, nullptr) != CodeOk) {
+        compose(cpu, StageKind::Image, "image.output", input, nullptr, {{"share.input", "1"}}) !=
+            CodeOk) {
         return CodeFailed;
     }
     return CodeOk;

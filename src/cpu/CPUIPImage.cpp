@@ -323,9 +323,20 @@ uint32_t CPUIPImage::ProcessImage(BrxImage* input, BrxImage* outputArg, void* co
     // A disabled stage hands its input on untouched, as long as nothing about the image has
     // to change, its rows included: the stages behind take them as this stage's own. Otherwise
     // it still does its work.
-    if (!IsEnabled() && input->width != 0 && input->height != 0 && sameArea(input, destination) &&
-        destination->imageData != nullptr && input->imageSize == destination->imageSize &&
-        input->stride == destination->stride) {
+    const bool same = input->width != 0 && input->height != 0 && sameArea(input, destination) &&
+                      destination->imageData != nullptr &&
+                      input->imageSize == destination->imageSize &&
+                      input->stride == destination->stride;
+    if (!IsEnabled() && same) {
+        output = input;
+        return 0;
+    }
+    // With "share.input" 1 (the display path's last stages) an enabled stage that has nothing
+    // to change hands its input on too: a copy there would only cost a full frame.
+    if (same && outputArg == nullptr && convertFlags == 0 &&
+        input->pixelType == destination->pixelType &&
+        input->orientation == destination->orientation &&
+        properties.getAs<int>("share.input", "0", true) == 1) {
         output = input;
         return 0;
     }
@@ -394,7 +405,12 @@ bool CPUIPImage::convertImage(BrxImage* source, BrxImage* target) {
                                wideRows->stride);
             cv::Mat narrowed(int(target->height), samples, CV_8UC1, target->imageData,
                              target->stride);
-            narrow(wide, narrowed, int(source->bitsPerChannel) - 8);
+            // Bands of rows over OpenCV's workers: convertTo alone runs on one core.
+            const int shift = int(source->bitsPerChannel) - 8;
+            parallelFor(cv::Range(0, wide.rows), [&](const cv::Range& rows) {
+                cv::Mat part = narrowed.rowRange(rows);
+                narrow(wide.rowRange(rows), part, shift);
+            });
             return true;
         }
         if (c.monoToRgb && narrowMonoToRgb(source, target)) {

@@ -117,7 +117,10 @@ int32_t QTDViewer::init(BrxImage* format, QTDProcessor* processor) {
 int32_t QTDViewer::initCPU(BrxImage* format, QTDProcessor* processor) {
     if (!processor)
         return status = BadArguments;
-    return status = addDisplayStages(QTD::Backend::cpu(), format, processor, {}, true);
+    // The display stage shares a frame that needs no conversion; coloration then paints the
+    // copy that "image.unpacked" makes for it, never the camera's frame.
+    return status = addDisplayStages(QTD::Backend::cpu(), format, processor, {{"share.input", "1"}},
+                                     true);
 }
 
 int32_t QTDViewer::initQGL(BrxImage* format, QTDProcessor* processor) {
