@@ -788,6 +788,9 @@ int QTDDisplay::RunCommandParams(const char* command, Map* params) {
     if (name.samel("cmd.system.menu")) {
         return RunCommandSystemMenu(name.c_str(), given);
     }
+    if (name.samel("cmd.image.")) {
+        return params != nullptr ? RunCommandImage(name.c_str(), params) : 0;
+    }
     if (name.samel("@")) {
         QTD::PROPERTIES bag;
         bag = *given;
@@ -795,6 +798,71 @@ int QTDDisplay::RunCommandParams(const char* command, Map* params) {
         return 0;
     }
     return 0;
+}
+
+int QTDDisplay::RunCommandImage(const char* command, Map* params) {
+    const ATTR name(command);
+    QTD::ParamsHelper helper(params);
+    // A pass rewrites the frame's record and the picture: the numbers come between passes.
+    std::lock_guard<std::recursive_mutex> component(componentLock());
+    if (currentImage == nullptr || currentImage->imageData == nullptr) {
+        return 0;
+    }
+    BrxImage* shown = chain != nullptr && !properties.getAs<int>("system.opengl", "0", true)
+                          ? chain->Output()
+                          : nullptr;
+    readout.frame(currentImage, shown, currentImage->pixelType);
+    QTDScreen* screen = getScreen();
+    const ATTR cs = helper.get("cs", "img");
+    Map answer;
+    bool done = false;
+    if (name.same("cmd.image.pixel", true)) {
+        double x = helper.getAs<double>("pos.x", "0"), y = helper.getAs<double>("pos.y", "0");
+        if (readout.toImage(screen, cs, x, y)) {
+            const int px = int(std::floor(x)), py = int(std::floor(y));
+            answer["x"] = std::to_string(px);
+            answer["y"] = std::to_string(py);
+            answer["inside"] = readout.pixel(px, py, answer) ? "1" : "0";
+            done = true;
+        }
+    } else if (name.same("cmd.image.statistics", true)) {
+        const int width = int(currentImage->width), height = int(currentImage->height);
+        double x0 = helper.getAs<double>("rect.x", "0"), y0 = helper.getAs<double>("rect.y", "0");
+        double x1 = x0 + helper.getAs<double>("rect.w", ATTR(width)),
+               y1 = y0 + helper.getAs<double>("rect.h", ATTR(height));
+        if (readout.toImage(screen, cs, x0, y0) && readout.toImage(screen, cs, x1, y1)) {
+            const int left = int(std::floor(x0)), top = int(std::floor(y0));
+            done =
+                readout.statistics(left, top, int(std::ceil(x1)) - left, int(std::ceil(y1)) - top,
+                                   helper.getAs<int>("bins", "256"), answer);
+        }
+    } else if (name.same("cmd.image.profile", true)) {
+        QTD::PROPERTIES line;
+        const ATTR id = helper.get("objectID");
+        QTDWindow* window = getWindow();
+        if (!id.empty()) {
+            QTD::PROPERTIES* object =
+                window != nullptr ? window->drawObjects.find(id, true) : nullptr;
+            if (object == nullptr || !object->get("type").same("line")) {
+                return 0;
+            }
+            line = *object;
+        } else {
+            line = *params;
+        }
+        double x0 = line.getAs<double>("x0", "0"), y0 = line.getAs<double>("y0", "0");
+        double x1 = line.getAs<double>("x1", "0"), y1 = line.getAs<double>("y1", "0");
+        const ATTR lineCs = line.get("cs", "img");
+        done = readout.toImage(screen, lineCs, x0, y0) && readout.toImage(screen, lineCs, x1, y1) &&
+               readout.profile(x0, y0, x1, y1, answer);
+    }
+    if (!done) {
+        return 0;
+    }
+    for (auto& entry : answer) {
+        (*params)[entry.first] = entry.second;
+    }
+    return 1;
 }
 
 int QTDDisplay::processParameter(const char* command, Map* params) {

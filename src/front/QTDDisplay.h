@@ -11,6 +11,7 @@
 #include "core/PROPERTIES.h"
 #include "core/RMutex.h"
 #include "core/TripleBuffer.h"
+#include "front/ImageReadout.h"
 
 #include <brx/BrxDisplayProcessor.h>
 #include <brx/BrxImage.h>
@@ -91,6 +92,9 @@ public:
     virtual int RunCommandDisplayOverlay(const char* command, Map* params);
     virtual int RunCommandDisplayView(const char* command, Map* params);
     virtual int RunCommandSystemMenu(const char* command, Map* params);
+    // "cmd.image.pixel", "cmd.image.statistics", "cmd.image.profile": the numbers of the frame
+    // shown, read on the frame as the camera sent it; 1 with the answers in `params`.
+    int RunCommandImage(const char* command, Map* params);
 
     QTDScreen* getScreen();
     QTDWindow* getWindow();
@@ -99,6 +103,8 @@ public:
     // lets a camera hand over while a pass works on the frame before: the caller never waits
     // for the display.
     QTD::TripleBuffer incoming;
+    // Reads the numbers of the frame shown, under the component lock.
+    QTD::ImageReadout readout;
     // What the hand-over accepts, under `incoming.writeGuard`: the set-up's geometry, all 0
     // when there is none. Kept apart from the component lock, which a pass holds.
     struct Accepted {

@@ -197,18 +197,30 @@ TEST_P(EndToEnd, ShowsTheImageWhereTheViewPutsItInEachViewForEachFormat) {
                        (!fits ||
                         (std::fabs(s.originX - ox) < 1e-6 && std::fabs(s.originY - oy) < 1e-6));
             });
-            window->update();
-            // Past the GL surface's pacing of its swaps.
-            pump(100);
+            // Until two grabs a frame apart agree: past the GL surface's pacing of its swaps and
+            // a resize's redraw, however slow the machine.
+            auto grab = [&] {
+                return QGuiApplication::primaryScreen()
+                    ->grabWindow(window->winId())
+                    .toImage()
+                    .convertToFormat(QImage::Format_RGB32);
+            };
+            QImage shot;
+            for (int attempt = 0; attempt < 40; ++attempt) {
+                window->update();
+                pump(100);
+                QImage next = grab();
+                const bool settled = next == shot;
+                shot = next;
+                if (settled) {
+                    break;
+                }
+            }
             EXPECT_NEAR(s.scaleValue, view.scale, 1e-6);
             if (fits) {
                 EXPECT_NEAR(s.originX, ox, 1e-6);
                 EXPECT_NEAR(s.originY, oy, 1e-6);
             }
-            const QImage shot = QGuiApplication::primaryScreen()
-                                    ->grabWindow(window->winId())
-                                    .toImage()
-                                    .convertToFormat(QImage::Format_RGB32);
             ASSERT_EQ(shot.size(), window->size());
             if (const char* dir = std::getenv("BRX_SHOT_DIR")) {
                 shot.save(QString("%1/%2-%3-%4-%5.png")
