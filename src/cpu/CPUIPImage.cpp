@@ -1,7 +1,7 @@
 #include "cpu/CPUIPImage.h"
-#include "core/HandOver.h"
 
 #include "image/ImageLayout.h"
+#include "image/ParallelRows.h"
 #include "image/QTDImageHelpers.h"
 
 #include <opencv2/core.hpp>
@@ -131,28 +131,7 @@ void greyRowToRgb(const uint16_t* source, uint8_t* target, int width, int shift)
     greyRowToRgbScalar(source, target, 0, width, shift);
 }
 
-// OpenCV's parallel loop. Its workers (TBB) take the parts and report them done through
-// synchronisation the thread sanitizer cannot see; in sanitizer builds each part says that it
-// starts after the call and ends before the call returns, as that synchronisation guarantees.
-template <class Body> class ParallelParts : public cv::ParallelLoopBody {
-public:
-    explicit ParallelParts(const Body& body) : body(body) {}
-    void operator()(const cv::Range& part) const override {
-        QTD::acquire(this);
-        body(part);
-        QTD::release(this);
-    }
-
-private:
-    const Body& body;
-};
-
-template <class Body> void parallelFor(const cv::Range& range, const Body& body) {
-    ParallelParts<Body> parts(body);
-    QTD::release(&parts);
-    cv::parallel_for_(range, parts);
-    QTD::acquire(&parts);
-}
+using QTD::parallelFor;
 
 // Deep mono to an 8-bit three-channel image in one pass over the pixels, rows shared out over
 // OpenCV's worker threads. The result is that of shifting a copy of the source, narrowing it and

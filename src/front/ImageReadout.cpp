@@ -3,6 +3,7 @@
 #include "chain/QTDProcs.h"
 #include "core/ATTR.h"
 #include "image/BrxImageUnpack.h"
+#include "image/ParallelRows.h"
 #include "image/QTDImageHelpers.h"
 #include "screen/QTDScreen.h"
 
@@ -152,33 +153,51 @@ bool ImageReadout::statistics(int x, int y, int w, int h, int bins, Map& out) {
     const int depth = type == PixelType::YUV422_8_UYVY ? 8 : int(image->bitsPerChannel);
     const uint32_t levels = 1u << depth, top = levels - 1;
     const std::vector<std::string> names = channelNames();
-    // One count per level and channel in a single pass; everything else follows from them.
-    std::vector<std::vector<uint64_t>> counts(names.size(), std::vector<uint64_t>(levels, 0));
+    // One count per level and channel in a single pass, bands of rows over the cores, each
+    // band with counts of its own; everything else follows from the counts.
+    const size_t perBand = names.size() * levels;
+    const int bands = std::max(1, std::min(cv::getNumThreads(), (y1 - y0 + 63) / 64));
+    std::vector<uint64_t> bandCounts(size_t(bands) * perBand, 0);
     const bool mosaic = site(0, 0) >= 0;
     const int n = channels();
-    for (int yy = y0; yy < y1; ++yy) {
-        if (mosaic) {
-            uint64_t* even = counts[size_t(site(x0 & ~1, yy))].data();
-            uint64_t* odd = counts[size_t(site(x0 | 1, yy))].data();
-            const auto* row =
-                static_cast<const uint8_t*>(image->imageData) + size_t(yy) * image->stride;
-            for (int xx = x0; xx < x1; ++xx) {
-                uint32_t v;
-                if (depth > 8) {
-                    uint16_t word;
-                    std::memcpy(&word, row + 2 * xx, 2);
-                    v = word;
-                } else {
-                    v = row[xx];
+    const bool wide = depth > 8 && image->stride % 2 == 0;
+    QTD::parallelFor(cv::Range(0, bands), [&](const cv::Range& range) {
+        for (int band = range.start; band < range.end; ++band) {
+            uint64_t* counts = bandCounts.data() + size_t(band) * perBand;
+            const int from = y0 + (y1 - y0) * band / bands,
+                      to = y0 + (y1 - y0) * (band + 1) / bands;
+            for (int yy = from; yy < to; ++yy) {
+                const auto* row =
+                    static_cast<const uint8_t*>(image->imageData) + size_t(yy) * image->stride;
+                if (n == 1) {
+                    // Mono, or a mosaic whose even and odd columns are two sites.
+                    uint64_t* even = counts + (mosaic ? size_t(site(x0 & ~1, yy)) * levels : 0);
+                    uint64_t* odd = counts + (mosaic ? size_t(site(x0 | 1, yy)) * levels : 0);
+                    const auto* words = reinterpret_cast<const uint16_t*>(row);
+                    for (int xx = x0; xx < x1; ++xx) {
+                        uint32_t v =
+                            depth > 8
+                                ? (wide ? words[xx] : uint32_t(row[2 * xx] | row[2 * xx + 1] << 8))
+                                : row[xx];
+                        ++((xx & 1) ? odd : even)[v > top ? top : v];
+                    }
+                    continue;
                 }
-                ++((xx & 1) ? odd : even)[v > top ? top : v];
+                for (int xx = x0; xx < x1; ++xx) {
+                    for (int c = 0; c < n; ++c) {
+                        const uint32_t v = sample(image, xx, yy, c);
+                        ++counts[size_t(c) * levels + (v > top ? top : v)];
+                    }
+                }
             }
-            continue;
         }
-        for (int xx = x0; xx < x1; ++xx) {
-            for (int c = 0; c < n; ++c) {
-                const uint32_t v = sample(image, xx, yy, c);
-                ++counts[size_t(c)][v > top ? top : v];
+    });
+    std::vector<std::vector<uint64_t>> counts(names.size(), std::vector<uint64_t>(levels, 0));
+    for (int band = 0; band < bands; ++band) {
+        for (size_t c = 0; c < names.size(); ++c) {
+            const uint64_t* from = bandCounts.data() + size_t(band) * perBand + c * levels;
+            for (uint32_t v = 0; v < levels; ++v) {
+                counts[c][v] += from[v];
             }
         }
     }
