@@ -7,10 +7,15 @@
 #include "image/QTDImageHelpers.h"
 #include "screen/QTDScreen.h"
 
+#include <QImage>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 using namespace QTD::Procs;
 
@@ -31,6 +36,9 @@ std::string joined(const std::vector<std::string>& parts, const char* separator)
 } // namespace
 
 ImageReadout::~ImageReadout() {
+    if (writer.joinable()) {
+        writer.join();
+    }
     std::free(unpacked.allocatedData);
 }
 
@@ -262,6 +270,112 @@ bool ImageReadout::profile(double x0, double y0, double x1, double y1, Map& out)
     }
     out["count"] = std::to_string(values.size());
     out["values"] = joined(values, ";");
+    return true;
+}
+
+namespace {
+
+// A deep copy of `image` (8-bit mono or RGB/BGR, or deeper of either) as a QImage the right way
+// up; a null image for other kinds.
+QImage pictureOf(const BrxImage* image) {
+    if (image == nullptr || image->imageData == nullptr || image->width == 0 ||
+        image->height == 0) {
+        return QImage();
+    }
+    const int w = int(image->width), h = int(image->height);
+    const bool colour = image->channels == 3, deep = image->bitsPerChannel > 8;
+    const bool bgr = isIn(BGR_INDEX, image->pixelType);
+    if (image->channels != 1 && !colour) {
+        return QImage();
+    }
+    QImage::Format format = colour
+                                ? (deep ? QImage::Format_RGBX64 : QImage::Format_RGB888)
+                                : (deep ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8);
+    QImage picture(w, h, format);
+    for (int y = 0; y < h; ++y) {
+        const int from = image->orientation == 1 ? h - 1 - y : y;
+        const auto* row =
+            static_cast<const uint8_t*>(image->imageData) + size_t(from) * image->stride;
+        uchar* to = picture.scanLine(y);
+        if (!colour) {
+            std::memcpy(to, row, size_t(w) * (deep ? 2 : 1));
+            continue;
+        }
+        for (int x = 0; x < w; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                const int source = 3 * x + (bgr ? 2 - c : c);
+                if (deep) {
+                    uint16_t v;
+                    std::memcpy(&v, row + 2 * source, 2);
+                    reinterpret_cast<uint16_t*>(to)[4 * x + c] = v;
+                } else {
+                    to[3 * x + c] = row[source];
+                }
+            }
+            if (deep) {
+                reinterpret_cast<uint16_t*>(to)[4 * x + 3] = 0xFFFF;
+            }
+        }
+    }
+    picture.setText("Bits", QString::number(image->bitsPerChannel));
+    return picture;
+}
+
+} // namespace
+
+bool ImageReadout::save(const std::string& file, ATTR const& what, BrxImage* image,
+                        std::string& why) {
+    if (file.empty()) {
+        why = "no file name";
+        return false;
+    }
+    std::shared_ptr<std::vector<char>> bytes;
+    std::string side;
+    QImage picture;
+    if (what.same("raw")) {
+        if (raw == nullptr || raw->imageData == nullptr) {
+            why = "no frame";
+            return false;
+        }
+        const auto* data = static_cast<const char*>(raw->imageData);
+        bytes = std::make_shared<std::vector<char>>(data, data + raw->imageSize);
+        side = ATTR::format("pixelType=0x%08X\nwidth=%u\nheight=%u\nstride=%u\nbytes=%u\n", type,
+                            raw->width, raw->height, raw->stride, raw->imageSize)
+                   .c_str();
+    } else if (what.same("shown") || what.same("full")) {
+        picture = pictureOf(image);
+        if (picture.isNull()) {
+            why = "no picture to save";
+            return false;
+        }
+    } else {
+        why = "unknown kind \"" + std::string(what.c_str()) + "\"";
+        return false;
+    }
+    // Whether the file can be written is answered now; the writing itself is not waited for.
+    FILE* probe = std::fopen(file.c_str(), "wb");
+    if (probe == nullptr) {
+        why = "cannot write " + file + ": " + std::strerror(errno);
+        return false;
+    }
+    std::fclose(probe);
+    if (writer.joinable()) {
+        writer.join();
+    }
+    writer = std::thread([file, bytes, side, picture] {
+        if (bytes) {
+            if (FILE* out = std::fopen(file.c_str(), "wb")) {
+                std::fwrite(bytes->data(), 1, bytes->size(), out);
+                std::fclose(out);
+            }
+            if (FILE* text = std::fopen((file + ".txt").c_str(), "w")) {
+                std::fputs(side.c_str(), text);
+                std::fclose(text);
+            }
+        } else {
+            picture.save(QString::fromStdString(file), "PNG");
+        }
+    });
     return true;
 }
 

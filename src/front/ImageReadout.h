@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 class QTDScreen;
@@ -42,6 +43,13 @@ public:
     // its longer axis: "count" and "values" (per pixel, channels joined by ",").
     bool profile(double x0, double y0, double x1, double y1, Map& out);
 
+    // Saves, by `what`: "raw", the frame's bytes as they came and a text file beside them
+    // (`file` + ".txt") with type and geometry; "shown" or "full", `image` (the picture shown,
+    // or the processed image) as PNG at its own depth, 16-bit samples unscaled for deeper ones.
+    // The pixels are copied here and written on a thread of this object's own; false, with
+    // `why`, when there is nothing to save or the file cannot be written.
+    bool save(const std::string& file, ATTR const& what, BrxImage* image, std::string& why);
+
     // A point of coordinate system `cs` ("img", "win", "scr" or "base") in image coordinates,
     // where pixel (i, j) covers [i, i + 1) x [j, j + 1). False for an unknown system or no view.
     bool toImage(QTDScreen* screen, ATTR const& cs, double& x, double& y) const;
@@ -62,6 +70,8 @@ private:
     uint32_t type = 0;
     BrxImage unpacked{};
     bool unpackedFresh = false;
+    // The last save still writing.
+    std::thread writer;
 };
 
 } // namespace QTD

@@ -856,6 +856,27 @@ int QTDDisplay::RunCommandImage(const char* command, Map* params) {
         done = readout.toImage(screen, lineCs, x0, y0) && readout.toImage(screen, lineCs, x1, y1) &&
                readout.profile(x0, y0, x1, y1, answer);
     }
+    if (name.same("cmd.image.save", true)) {
+        const ATTR what = helper.get("what", "shown");
+        BrxImgProcessor* stage =
+            chain != nullptr && !what.same("raw")
+                ? chain->GetProcessor(what.same("full") ? "image.output" : "image.display")
+                : nullptr;
+        QTDWindow* window = getWindow();
+        if (stage != nullptr && properties.getAs<int>("system.opengl", "0", true) != 0 &&
+            window != nullptr && window->surface != nullptr) {
+            // The picture lies on the graphics card: read it back for this once.
+            window->surface->begin(nullptr);
+            stage->GetComponent()->RunCommand("readGPU");
+            window->surface->end();
+        }
+        std::string why;
+        done = readout.save(helper.get("file").c_str(), what,
+                            stage != nullptr ? stage->Output() : nullptr, why);
+        if (!done) {
+            log.warn("cmd.image.save: %s", why.c_str());
+        }
+    }
     if (!done) {
         return 0;
     }

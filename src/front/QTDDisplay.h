@@ -93,7 +93,8 @@ public:
     virtual int RunCommandDisplayView(const char* command, Map* params);
     virtual int RunCommandSystemMenu(const char* command, Map* params);
     // "cmd.image.pixel", "cmd.image.statistics", "cmd.image.profile": the numbers of the frame
-    // shown, read on the frame as the camera sent it; 1 with the answers in `params`.
+    // shown, read on the frame as the camera sent it; "cmd.image.save": the frame, the picture
+    // or the processed image to a file. 1 when done, with the answers in `params`.
     int RunCommandImage(const char* command, Map* params);
 
     QTDScreen* getScreen();

@@ -5,10 +5,16 @@
 
 #include "screen/QTDScreen.h"
 
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QTemporaryDir>
+
 #include <cmath>
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace FrontTest;
@@ -187,4 +193,51 @@ TEST(ImageCommands, StatisticsHistogramAndProfile) {
     }
     Params unknown{{"objectID", "@nosuch"}};
     EXPECT_EQ(s.run("cmd.image.profile", unknown), 0);
+}
+
+// The frame's bytes, the processed image at its own depth and the picture shown, each read back;
+// a path that cannot be written answers 0.
+TEST(ImageCommands, SavesTheFrameThePictureAndTheFullDepthImage) {
+    LiveFrame s(PT::Mono12);
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const std::string raw = dir.filePath("frame.raw").toStdString();
+    const std::string full = dir.filePath("full.png").toStdString();
+    const std::string shown = dir.filePath("shown.png").toStdString();
+    for (auto [what, file] : {std::pair{"raw", raw}, {"full", full}, {"shown", shown}}) {
+        Params params{{"file", file}, {"what", what}};
+        ASSERT_EQ(s.run("cmd.image.save", params), 1) << what;
+    }
+    // Written on a thread of their own: wait until all three stand.
+    ASSERT_TRUE(pumpUntil([&] {
+        return QFileInfo(QString::fromStdString(raw)).size() == qint64(s.frame->imageSize) &&
+               !QImage(QString::fromStdString(full)).isNull() &&
+               !QImage(QString::fromStdString(shown)).isNull();
+    }));
+    QFile bytes(QString::fromStdString(raw));
+    ASSERT_TRUE(bytes.open(QIODevice::ReadOnly));
+    const QByteArray content = bytes.readAll();
+    EXPECT_EQ(std::memcmp(content.constData(), s.frame->imageData, s.frame->imageSize), 0);
+    QFile side(QString::fromStdString(raw + ".txt"));
+    ASSERT_TRUE(side.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(side.readAll().contains("width=64\nheight=48"));
+
+    const QImage deep(QString::fromStdString(full));
+    ASSERT_EQ(deep.format(), QImage::Format_Grayscale16);
+    int wrong = 0;
+    for (int y = 0; y < H; ++y) {
+        const auto* row = reinterpret_cast<const uint16_t*>(deep.constScanLine(y));
+        for (int x = 0; x < W; ++x) {
+            wrong += row[x] != level(x, y);
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+    const QImage picture(QString::fromStdString(shown));
+    EXPECT_EQ(picture.size(), QSize(W, H));
+    EXPECT_EQ(qGray(picture.pixel(10, 20)), int(level(10, 20) >> 4));
+
+    Params nowhere{{"file", "/nonexistent/dir/x.png"}, {"what", "shown"}};
+    EXPECT_EQ(s.run("cmd.image.save", nowhere), 0);
+    Params unknown{{"file", shown}, {"what", "everything"}};
+    EXPECT_EQ(s.run("cmd.image.save", unknown), 0);
 }
