@@ -850,9 +850,14 @@ int QTDDisplay::RunCommandImage(const char* command, Map* params) {
         } else {
             line = *params;
         }
-        double x0 = line.getAs<double>("x0", "0"), y0 = line.getAs<double>("y0", "0");
-        double x1 = line.getAs<double>("x1", "0"), y1 = line.getAs<double>("y1", "0");
-        const ATTR lineCs = line.get("cs", "img");
+        // A drawn line keeps the coordinates it was given beside the window's ones.
+        const bool given = !id.empty() && line.find("x0.cs");
+        auto coordinate = [&](const char* key) {
+            return line.getAs<double>(given ? ATTR::format("%s.cs", key) : ATTR(key), "0");
+        };
+        double x0 = coordinate("x0"), y0 = coordinate("y0");
+        double x1 = coordinate("x1"), y1 = coordinate("y1");
+        const ATTR lineCs = line.get("cs", id.empty() ? "img" : "win");
         done = readout.toImage(screen, lineCs, x0, y0) && readout.toImage(screen, lineCs, x1, y1) &&
                readout.profile(x0, y0, x1, y1, answer);
     }

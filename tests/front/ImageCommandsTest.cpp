@@ -184,6 +184,12 @@ TEST(ImageCommands, StatisticsHistogramAndProfile) {
     }
     EXPECT_EQ(line["count"], "11");
     EXPECT_EQ(line["values"], values.str());
+    // The same line drawn as the view's profile line, asked for by its id.
+    Params drawn{{"x0", "2"}, {"y0", "3"}, {"x1", "12"}, {"y1", "8"}, {"cs", "img"}};
+    ASSERT_EQ(s.run("cmd.display.overlay.profline.add", drawn), 1);
+    Params byId{{"objectID", drawn["objectID"]}};
+    ASSERT_EQ(s.run("cmd.image.profile", byId), 1);
+    EXPECT_EQ(byId["values"], values.str());
 
     for (const char* bad : {"rect.w=0", "rect.x=100 rect.w=5", "bins=0"}) {
         Params params = of(bad);

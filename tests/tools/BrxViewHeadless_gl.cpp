@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
+#include <QFileInfo>
 #include <QImage>
 #include <QTemporaryDir>
 
@@ -119,3 +120,30 @@ TEST(BrxViewHeadless, ShowsTheCameraAndReportsItsFigures) {
 }
 
 } // namespace
+
+// The readout of a placed cursor, the histogram's figures, and the three files of a save.
+TEST(BrxViewHeadless, ReadsOutAPixelAndSavesTheFrame) {
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const std::string base = dir.path().toStdString();
+    int status = -1;
+    const std::string out =
+        run(std::string(BRXVIEW) + " --headless --frames 40 --fps 20 --size 640x480 --format " +
+                "Mono12 --cursor 100,60 --screenshot " + base + "/shot.png --save-raw " + base +
+                "/frame.raw --save-view " + base + "/view.png --save-full " + base + "/full.png",
+            status);
+    ASSERT_EQ(status, 0) << out;
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(out, m, std::regex("readout: x (\\d+), y (\\d+): raw (\\d+)")))
+        << out;
+    EXPECT_LT(std::stoi(m[3]), 4096);
+    EXPECT_TRUE(std::regex_search(out, std::regex("histogram: Y: min \\d+, max \\d+, mean")))
+        << out;
+    for (const char* kind : {"saved: raw", "saved: shown", "saved: full"}) {
+        EXPECT_NE(out.find(kind), std::string::npos) << kind;
+    }
+    EXPECT_EQ(QFileInfo(QString::fromStdString(base + "/frame.raw")).size(), 640 * 480 * 2);
+    EXPECT_EQ(QImage(QString::fromStdString(base + "/full.png")).format(),
+              QImage::Format_Grayscale16);
+    EXPECT_EQ(QImage(QString::fromStdString(base + "/view.png")).size(), QSize(640, 480));
+}

@@ -1,5 +1,7 @@
 #include "ViewerWindow.h"
 
+#include "MeasurePanel.h"
+
 #include <brx/BrxComponent.h>
 #include <brx/BrxDisplay.h>
 #include <brx/BrxDisplayProcessor.h>
@@ -9,6 +11,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCursor>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
 #include <QFormLayout>
@@ -23,6 +26,7 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <QStyle>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -64,6 +68,12 @@ ViewerWindow::ViewerWindow(const Settings& chosen) : settings(chosen) {
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &ViewerWindow::refreshFigures);
     timer->start(500);
+    // The numbers follow the mouse and the live frame five times a second.
+    readoutLabel = new QLabel(this);
+    statusBar()->addWidget(readoutLabel, 1);
+    auto* measureTimer = new QTimer(this);
+    connect(measureTimer, &QTimer::timeout, this, &ViewerWindow::refreshMeasures);
+    measureTimer->start(200);
 }
 
 ViewerWindow::~ViewerWindow() {
@@ -137,6 +147,30 @@ QWidget* ViewerWindow::buildControls() {
     }
     column->addWidget(view);
 
+    auto* numbers = new QGroupBox("Measure", panel);
+    auto* numbersColumn = new QVBoxLayout(numbers);
+    measure = new MeasurePanel(numbers);
+    numbersColumn->addWidget(measure);
+    auto* saveRow = new QHBoxLayout();
+    const struct {
+        const char *label, *what, *filter;
+    } saves[] = {{"Save raw", "raw", "Raw frame (*.raw)"},
+                 {"Save view", "shown", "PNG (*.png)"},
+                 {"Save full depth", "full", "PNG (*.png)"}};
+    for (const auto& save : saves) {
+        auto* button = new QPushButton(save.label, numbers);
+        connect(button, &QPushButton::clicked, this, [this, save] {
+            const QString file =
+                QFileDialog::getSaveFileName(this, save.label, QString(), save.filter);
+            if (!file.isEmpty()) {
+                saveFrame(save.what, file);
+            }
+        });
+        saveRow->addWidget(button);
+    }
+    numbersColumn->addLayout(saveRow);
+    column->addWidget(numbers);
+
     auto* show = new QGroupBox("Show", panel);
     auto* showColumn = new QVBoxLayout(show);
     statusBox = new QCheckBox("Status line", show);
@@ -194,6 +228,7 @@ QWidget* ViewerWindow::buildControls() {
     backendColumn->addWidget(cpu);
     backendColumn->addWidget(gl);
     column->addWidget(backend);
+
 
     figuresLabel = new QLabel(panel);
     figuresLabel->setWordWrap(true);
@@ -439,9 +474,10 @@ void ViewerWindow::showOverlay() {
                                             {"cs", "img"},
                                             {"line.width", "2"},
                                             {"line.clr", std::to_string(0xFF00FF)}};
-    const int done = command("cmd.display.overlay.text.add", text) +
-                     command("cmd.display.overlay.rect.add", rect) +
-                     command("cmd.display.overlay.profline.add", line);
+    // The maps themselves, not copies: the display answers each object's id in them.
+    const int done = display->RunCommandParams("cmd.display.overlay.text.add", &text) +
+                     display->RunCommandParams("cmd.display.overlay.rect.add", &rect) +
+                     display->RunCommandParams("cmd.display.overlay.profline.add", &line);
     overlayIds[0] = text["objectID"];
     overlayIds[1] = rect["objectID"];
     overlayIds[2] = line["objectID"];
@@ -476,6 +512,49 @@ QString ViewerWindow::figuresText() const {
         .arg(counters->shown())
         .arg(counters->fps(), 0, 'f', 1)
         .arg(counters->processingMs(), 0, 'f', 2);
+}
+
+QString ViewerWindow::readoutText() const {
+    return readoutLabel != nullptr ? readoutLabel->text() : QString();
+}
+
+QString ViewerWindow::measureText() const {
+    return measure != nullptr ? measure->summary() : QString();
+}
+
+bool ViewerWindow::saveFrame(const char* what, const QString& file) {
+    std::map<std::string, std::string> params{{"file", file.toStdString()}, {"what", what}};
+    if (display->RunCommandParams("cmd.image.save", &params) != 1) {
+        fail(QString("could not save %1 to %2").arg(what, file));
+        return false;
+    }
+    return true;
+}
+
+void ViewerWindow::refreshMeasures() {
+    // The pixel under the mouse, or under the point given, in the display's window.
+    const QPoint at = settings.cursorX >= 0 ? QPoint(settings.cursorX, settings.cursorY)
+                                            : host->mapFromGlobal(QCursor::pos());
+    std::map<std::string, std::string> pixel{{"pos.x", std::to_string(at.x() + 0.5)},
+                                             {"pos.y", std::to_string(at.y() + 0.5)},
+                                             {"cs", "win"}};
+    QString text;
+    if (host->rect().contains(at) && display->RunCommandParams("cmd.image.pixel", &pixel) == 1 &&
+        pixel["inside"] == "1") {
+        text = QString("x %1, y %2: raw %3")
+                   .arg(QString::fromStdString(pixel["x"]), QString::fromStdString(pixel["y"]),
+                        QString::fromStdString(pixel["raw"]));
+        if (!pixel["raw.channel"].empty()) {
+            text += QString(" (%1)").arg(QString::fromStdString(pixel["raw.channel"]));
+        }
+        if (!pixel["shown"].empty()) {
+            text += QString(", shown %1").arg(QString::fromStdString(pixel["shown"]));
+        }
+    }
+    readoutLabel->setText(text);
+    if (measure->isVisible()) {
+        measure->refresh(display, overlayIds[2]);
+    }
 }
 
 void ViewerWindow::refreshFigures() {

@@ -22,6 +22,8 @@ class QLabel;
 class QSpinBox;
 class QRadioButton;
 
+class MeasurePanel;
+
 class ViewerWindow : public QMainWindow {
     Q_OBJECT
 public:
@@ -41,6 +43,8 @@ public:
         double offset = 0.0;
         double gamma = 1.0;
         uint64_t frames = 0; // 0: run until closed
+        // A point of the display area whose pixel the readout shows instead of the mouse's.
+        int cursorX = -1, cursorY = -1;
     };
 
     explicit ViewerWindow(const Settings& settings);
@@ -59,6 +63,12 @@ public:
     QString figuresText() const;
     // Text of the last failure, empty if none.
     const QString& lastError() const { return errorText; }
+    // The pixel readout and the histogram's figures as they stand.
+    QString readoutText() const;
+    QString measureText() const;
+    // Saves the frame ("raw"), the view ("shown") or the full-depth image ("full"); false, with
+    // a message, when the display could not.
+    bool saveFrame(const char* what, const QString& file);
 
 private slots:
     void restart();
@@ -69,6 +79,7 @@ private slots:
     void toggleColoration(bool on);
     void toggleOverlay(bool on);
     void refreshFigures();
+    void refreshMeasures();
 
 private:
     QWidget* buildControls();
@@ -102,4 +113,6 @@ private:
     QDoubleSpinBox* gammaBox = nullptr;
     QLabel* figuresLabel = nullptr;
     QLabel* messageLabel = nullptr;
+    QLabel* readoutLabel = nullptr;
+    MeasurePanel* measure = nullptr;
 };

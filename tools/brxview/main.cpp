@@ -24,6 +24,7 @@ const char* const USAGE =
     "               [--no-status] [--no-overlay] [--info] [--coloration]\n"
     "               [--gains R,G,B] [--offset X] [--gamma X] [--backend cpu|opengl]\n"
     "               [--window WxH] [--headless] [--frames N] [--screenshot OUT.png]\n"
+    "               [--cursor X,Y] [--save-raw F] [--save-view F.png] [--save-full F.png]\n"
     "  --format      camera pixel format of the synthetic camera or the file (RGB8)\n"
     "  --size        synthetic camera size (1024x768)\n"
     "  --fps         frames a second offered to the display (30)\n"
@@ -32,6 +33,8 @@ const char* const USAGE =
     "  --coloration  paint under- and over-exposed pixels (green, red)\n"
     "  --gains ...   colour correction: gains, offset (a fraction of full scale), gamma\n"
     "  --backend     cpu (OpenCV, the default) or opengl (shader passes; needs OpenGL)\n"
+    "  --cursor      a point of the picture area whose pixel the readout shows\n"
+    "  --save-...    at the end: the frame's bytes, the view, the full-depth image\n"
     "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
     "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
 
@@ -50,6 +53,8 @@ const char* const CONTROLS =
 
 struct Options {
     ViewerWindow::Settings settings;
+    // Files for the frame's bytes, the view and the full-depth image, saved at the end.
+    std::string saves[3];
     bool headless = false;
     std::string screenshot = "brxview.png";
     uint64_t frames = 100;
@@ -95,6 +100,19 @@ int parse(int argc, char** argv, Options& o) {
                 return 2;
             }
             o.settings.opengl = std::strcmp(v, "opengl") == 0;
+        } else if (a == "--cursor") {
+            if (!(v = value("--cursor")))
+                return 2;
+            char extra = 0;
+            if (std::sscanf(v, "%d,%d%c", &o.settings.cursorX, &o.settings.cursorY, &extra) != 2 ||
+                o.settings.cursorX < 0 || o.settings.cursorY < 0) {
+                std::fprintf(stderr, "brxview: bad point %s, expected X,Y\n", v);
+                return 2;
+            }
+        } else if (a == "--save-raw" || a == "--save-view" || a == "--save-full") {
+            if (!(v = value(a.c_str())))
+                return 2;
+            o.saves[a == "--save-raw" ? 0 : a == "--save-view" ? 1 : 2] = v;
         } else if (a == "--headless") {
             o.headless = true;
         } else if (a == "--no-status") {
@@ -280,6 +298,12 @@ int runHeadless(ViewerWindow& window, const Options& o) {
         shotAt = window.camera().offered();
     }
     const bool saved = !shot.isNull() && shot.save(QString::fromStdString(o.screenshot));
+    const char* kinds[] = {"raw", "shown", "full"};
+    for (int k = 0; k < 3; ++k) {
+        if (!o.saves[k].empty() && window.saveFrame(kinds[k], QString::fromStdString(o.saves[k]))) {
+            std::printf("saved: %s %s\n", kinds[k], o.saves[k].c_str());
+        }
+    }
     const QRect view = window.viewRect();
     std::printf("brxview: %s %dx%d, %llu frames at %.1f fps asked, %.2f s\n",
                 o.settings.format.c_str(), window.frameSize().width(), window.frameSize().height(),
@@ -289,6 +313,11 @@ int runHeadless(ViewerWindow& window, const Options& o) {
                 window.camera().makeMs(),
                 static_cast<unsigned long long>(window.camera().refused()));
     std::printf("view: %d,%d %dx%d\n", view.x(), view.y(), view.width(), view.height());
+    if (o.settings.cursorX >= 0) {
+        std::printf("readout: %s\n", window.readoutText().toLocal8Bit().constData());
+    }
+    std::printf("histogram: %s\n",
+                window.measureText().replace("\n", "; ").toLocal8Bit().constData());
     if (!saved) {
         std::fprintf(stderr, "brxview: cannot write %s\n", o.screenshot.c_str());
         return 1;
