@@ -11,7 +11,8 @@
 //   chain_ms     the chain's own "time" of its last pass
 //   handover_vs_memcpy  the camera thread's time in ProcessImage against a memcpy of the same
 //                frame that the camera thread makes beside each call, under the same load
-// The fourth argument is the rate offered, in frames a second; 0 offers flat out.
+// The fourth argument is the rate offered, in frames a second; 0 offers flat out. The fifth, 1,
+// asks for the statistics of the frame five times a second meanwhile, as a histogram panel does.
 // The third argument picks the backend: 0 CPU, 1 OpenGL. OpenGL needs an X server (run under
 // xvfb-run with QT_QPA_PLATFORM=xcb); without one its cases are skipped.
 
@@ -24,6 +25,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QTimer>
 #include <QWidget>
 #include <benchmark/benchmark.h>
 
@@ -32,6 +34,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -113,6 +117,7 @@ void displayFps(benchmark::State& state, uint32_t type) {
     const int height = int(state.range(1));
     const bool opengl = state.range(2) != 0;
     const double rate = double(state.range(3));
+    const bool measuring = state.range(4) != 0;
     const double duration = seconds();
     QWidget host;
     host.resize(1280, 960);
@@ -131,6 +136,14 @@ void displayFps(benchmark::State& state, uint32_t type) {
         QCoreApplication::processEvents();
     }
 
+    QTimer histogram;
+    QObject::connect(&histogram, &QTimer::timeout, [&] {
+        std::map<std::string, std::string> params{{"bins", "128"}};
+        display.RunCommandParams("cmd.image.statistics", &params);
+    });
+    if (measuring) {
+        histogram.start(200);
+    }
     for (auto _ : state) {
         std::atomic<bool> stop{false};
         std::atomic<long> offered{0};
@@ -223,31 +236,32 @@ void bayerRG12p(benchmark::State& state) {
 } // namespace
 
 BENCHMARK(bayerRG12p)
-    ->Args({4096, 3000, 0, 30})
-    ->Args({4096, 3000, 0, 0})
-    ->Args({4096, 3000, 1, 0})
+    ->Args({4096, 3000, 0, 30, 0})
+    ->Args({4096, 3000, 0, 0, 0})
+    ->Args({4096, 3000, 1, 0, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
 BENCHMARK(bayerRG8)
-    ->Args({4096, 3000, 0, 30})
-    ->Args({4096, 3000, 0, 0})
+    ->Args({4096, 3000, 0, 30, 0})
+    ->Args({4096, 3000, 0, 0, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
 BENCHMARK(mono8)
-    ->Args({1920, 1200, 0, 0})
-    ->Args({4096, 3000, 0, 30})
-    ->Args({4096, 3000, 0, 0})
+    ->Args({1920, 1200, 0, 0, 0})
+    ->Args({4096, 3000, 0, 30, 0})
+    ->Args({4096, 3000, 0, 0, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
 BENCHMARK(mono12)
-    ->Args({1920, 1200, 0, 0})
-    ->Args({1920, 1200, 1, 0})
-    ->Args({4096, 3000, 0, 30})
-    ->Args({4096, 3000, 0, 0})
-    ->Args({4096, 3000, 1, 0})
+    ->Args({4096, 3000, 0, 30, 1})
+    ->Args({1920, 1200, 0, 0, 0})
+    ->Args({1920, 1200, 1, 0, 0})
+    ->Args({4096, 3000, 0, 30, 0})
+    ->Args({4096, 3000, 0, 0, 0})
+    ->Args({4096, 3000, 1, 0, 0})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);

@@ -88,7 +88,7 @@ private:
 MeasurePanel::MeasurePanel(QWidget* parent) : QWidget(parent) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    histogram = new Plot(this, "Histogram (raw frame)");
+    histogram = new Plot(this, "Histogram (raw, the part shown)");
     logScale = new QCheckBox("Logarithmic", this);
     figures = new QLabel(this);
     figures->setWordWrap(true);
@@ -99,11 +99,18 @@ MeasurePanel::MeasurePanel(QWidget* parent) : QWidget(parent) {
     column->addWidget(profile);
 }
 
-void MeasurePanel::refresh(BrxDisplayProcessor* display, const std::string& lineId) {
+void MeasurePanel::refresh(BrxDisplayProcessor* display, const QSize& visible,
+                           const std::string& lineId) {
     if (display == nullptr) {
         return;
     }
-    std::map<std::string, std::string> stats{{"bins", "128"}};
+    // The part of the frame in the window: the rectangle is cut to the frame.
+    std::map<std::string, std::string> stats{{"bins", "128"},
+                                             {"rect.x", "0"},
+                                             {"rect.y", "0"},
+                                             {"rect.w", std::to_string(visible.width())},
+                                             {"rect.h", std::to_string(visible.height())},
+                                             {"cs", "win"}};
     channels.clear();
     if (display->RunCommandParams("cmd.image.statistics", &stats) == 1) {
         for (const std::string& name : split(stats["channels"], ';')) {

@@ -19,9 +19,9 @@ class MeasurePanel : public QWidget {
 public:
     explicit MeasurePanel(QWidget* parent);
 
-    // Asks the display for the statistics of the frame and the samples of the line `lineId`
-    // (none when empty) and redraws.
-    void refresh(BrxDisplayProcessor* display, const std::string& lineId);
+    // Asks the display for the statistics of what its window shows, a `visible` area of window
+    // coordinates, and the samples of the line `lineId` (none when empty), and redraws.
+    void refresh(BrxDisplayProcessor* display, const QSize& visible, const std::string& lineId);
 
     // The figures shown under the histogram, one line a channel.
     QString summary() const;

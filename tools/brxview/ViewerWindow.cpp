@@ -553,7 +553,7 @@ void ViewerWindow::refreshMeasures() {
     }
     readoutLabel->setText(text);
     if (measure->isVisible()) {
-        measure->refresh(display, overlayIds[2]);
+        measure->refresh(display, host->size(), overlayIds[2]);
     }
 }
 
