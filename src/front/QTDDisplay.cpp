@@ -808,9 +808,21 @@ int QTDDisplay::RunCommandImage(const char* command, Map* params) {
     if (currentImage == nullptr || currentImage->imageData == nullptr) {
         return 0;
     }
-    BrxImage* shown = chain != nullptr && !properties.getAs<int>("system.opengl", "0", true)
-                          ? chain->Output()
-                          : nullptr;
+    const bool gpu = properties.getAs<int>("system.opengl", "0", true) != 0;
+    QTDWindow* window = getWindow();
+    // The picture of a GPU chain lies on the graphics card: its stage reads it back when asked.
+    auto readBack = [&](BrxImgProcessor* stage) {
+        if (gpu && stage != nullptr && window != nullptr && window->surface != nullptr) {
+            window->surface->begin(nullptr);
+            stage->GetComponent()->RunCommand("readGPU");
+            window->surface->end();
+        }
+        return stage != nullptr ? stage->Output() : nullptr;
+    };
+    BrxImage* shown = nullptr;
+    if (chain != nullptr && name.same("cmd.image.pixel", true)) {
+        shown = gpu ? readBack(chain->GetProcessor("image.display")) : chain->Output();
+    }
     readout.frame(currentImage, shown, currentImage->pixelType);
     QTDScreen* screen = getScreen();
     const ATTR cs = helper.get("cs", "img");
@@ -839,7 +851,6 @@ int QTDDisplay::RunCommandImage(const char* command, Map* params) {
     } else if (name.same("cmd.image.profile", true)) {
         QTD::PROPERTIES line;
         const ATTR id = helper.get("objectID");
-        QTDWindow* window = getWindow();
         if (!id.empty()) {
             QTD::PROPERTIES* object =
                 window != nullptr ? window->drawObjects.find(id, true) : nullptr;
@@ -867,17 +878,8 @@ int QTDDisplay::RunCommandImage(const char* command, Map* params) {
             chain != nullptr && !what.same("raw")
                 ? chain->GetProcessor(what.same("full") ? "image.output" : "image.display")
                 : nullptr;
-        QTDWindow* window = getWindow();
-        if (stage != nullptr && properties.getAs<int>("system.opengl", "0", true) != 0 &&
-            window != nullptr && window->surface != nullptr) {
-            // The picture lies on the graphics card: read it back for this once.
-            window->surface->begin(nullptr);
-            stage->GetComponent()->RunCommand("readGPU");
-            window->surface->end();
-        }
         std::string why;
-        done = readout.save(helper.get("file").c_str(), what,
-                            stage != nullptr ? stage->Output() : nullptr, why);
+        done = readout.save(helper.get("file").c_str(), what, readBack(stage), why);
         if (!done) {
             log.warn("cmd.image.save: %s", why.c_str());
         }

@@ -14,6 +14,7 @@
 #include <QImage>
 #include <QPixmap>
 #include <QScreen>
+#include <QTemporaryDir>
 
 #include <log4cpp/AppenderSkeleton.hh>
 #include <log4cpp/Category.hh>
@@ -284,4 +285,32 @@ TEST(GpuDisplay, AlternatingBackendsAndDeletionMidStream) {
     pump(20);
     BrxDisplay_DeleteComponent(handle);
     EXPECT_EQ(warnings.glErrors(), std::vector<std::string>{});
+}
+
+// On the OpenGL backend the picture shown is read back from the card when asked: the pixel's
+// shown value and a saved view come the right way up.
+TEST(GpuDisplay, PixelReadoutAndSavedViewComeBackFromTheCard) {
+    Live live(PT::RGB8, 40, 30, "opengl");
+    Image frame = make(40, 30, PT::RGB8);
+    for (uint32_t y = 0; y < 30; ++y) {
+        for (uint32_t x = 0; x < 40; ++x) {
+            uint8_t* p = row8(frame.get(), y) + 3 * x;
+            p[0] = uint8_t(x * 6), p[1] = uint8_t(y * 8), p[2] = 77;
+        }
+    }
+    ASSERT_EQ(BrxDisplay_DisplayVideo(live.handle, frame.get()), 0u);
+    ASSERT_TRUE(pumpUntil([&] { return live.processed() > 0; }));
+    Params pixel{{"pos.x", "5"}, {"pos.y", "7"}};
+    ASSERT_EQ(live.display->RunCommandParams("cmd.image.pixel", &pixel), 1);
+    EXPECT_EQ(pixel["raw"], "30;56;77");
+    EXPECT_EQ(pixel["shown"], "30;56;77");
+    QTemporaryDir dir;
+    const QString file = dir.filePath("view.png");
+    Params save{{"file", file.toStdString()}, {"what", "shown"}};
+    ASSERT_EQ(live.display->RunCommandParams("cmd.image.save", &save), 1);
+    ASSERT_TRUE(pumpUntil([&] { return !QImage(file).isNull(); }));
+    const QColor seen = QImage(file).pixelColor(5, 7);
+    EXPECT_EQ(seen.red(), 30);
+    EXPECT_EQ(seen.green(), 56);
+    EXPECT_EQ(seen.blue(), 77);
 }
