@@ -217,51 +217,41 @@ void displayFps(benchmark::State& state, uint32_t type) {
     display.getWindow()->removeEventFilter(&counter);
 }
 
-void mono8(benchmark::State& state) {
-    displayFps(state, QTD::PixelType::Mono8);
-}
-
-void mono12(benchmark::State& state) {
-    displayFps(state, QTD::PixelType::Mono12);
-}
-
-void bayerRG8(benchmark::State& state) {
-    displayFps(state, QTD::PixelType::BayerRG8);
-}
-
-void bayerRG12p(benchmark::State& state) {
-    displayFps(state, QTD::PixelType::BayerRG12p);
-}
+// Each case once, timed by the display's own clock: width, height, backend, rate offered,
+// statistics asked meanwhile.
+using Case = std::vector<int64_t>;
+const bool registered = [] {
+    const struct {
+        const char* name;
+        uint32_t type;
+        std::vector<Case> cases;
+    } formats[] = {
+        {"bayerRG12p",
+         QTD::PixelType::BayerRG12p,
+         {{4096, 3000, 0, 30, 0}, {4096, 3000, 0, 0, 0}, {4096, 3000, 1, 0, 0}}},
+        {"bayerRG8", QTD::PixelType::BayerRG8, {{4096, 3000, 0, 30, 0}, {4096, 3000, 0, 0, 0}}},
+        {"mono8",
+         QTD::PixelType::Mono8,
+         {{1920, 1200, 0, 0, 0}, {4096, 3000, 0, 30, 0}, {4096, 3000, 0, 0, 0}}},
+        {"mono12",
+         QTD::PixelType::Mono12,
+         {{4096, 3000, 0, 30, 1},
+          {1920, 1200, 0, 0, 0},
+          {1920, 1200, 1, 0, 0},
+          {4096, 3000, 0, 30, 0},
+          {4096, 3000, 0, 0, 0},
+          {4096, 3000, 1, 0, 0}}},
+    };
+    for (const auto& format : formats) {
+        const uint32_t type = format.type;
+        auto* bench = benchmark::RegisterBenchmark(
+            format.name, [type](benchmark::State& state) { displayFps(state, type); });
+        for (const Case& args : format.cases) {
+            bench->Args(args);
+        }
+        bench->Iterations(1)->UseManualTime()->Unit(benchmark::kSecond);
+    }
+    return true;
+}();
 
 } // namespace
-
-BENCHMARK(bayerRG12p)
-    ->Args({4096, 3000, 0, 30, 0})
-    ->Args({4096, 3000, 0, 0, 0})
-    ->Args({4096, 3000, 1, 0, 0})
-    ->Iterations(1)
-    ->UseManualTime()
-    ->Unit(benchmark::kSecond);
-BENCHMARK(bayerRG8)
-    ->Args({4096, 3000, 0, 30, 0})
-    ->Args({4096, 3000, 0, 0, 0})
-    ->Iterations(1)
-    ->UseManualTime()
-    ->Unit(benchmark::kSecond);
-BENCHMARK(mono8)
-    ->Args({1920, 1200, 0, 0, 0})
-    ->Args({4096, 3000, 0, 30, 0})
-    ->Args({4096, 3000, 0, 0, 0})
-    ->Iterations(1)
-    ->UseManualTime()
-    ->Unit(benchmark::kSecond);
-BENCHMARK(mono12)
-    ->Args({4096, 3000, 0, 30, 1})
-    ->Args({1920, 1200, 0, 0, 0})
-    ->Args({1920, 1200, 1, 0, 0})
-    ->Args({4096, 3000, 0, 30, 0})
-    ->Args({4096, 3000, 0, 0, 0})
-    ->Args({4096, 3000, 1, 0, 0})
-    ->Iterations(1)
-    ->UseManualTime()
-    ->Unit(benchmark::kSecond);
