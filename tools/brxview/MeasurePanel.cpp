@@ -3,8 +3,11 @@
 #include <brx/BrxDisplayProcessor.h>
 
 #include <QCheckBox>
+#include <QComboBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -88,12 +91,34 @@ private:
 MeasurePanel::MeasurePanel(QWidget* parent) : QWidget(parent) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    histogram = new Plot(this, "Histogram (raw, the part shown)");
+    histogram = new Plot(this, "Histogram (raw samples)");
     logScale = new QCheckBox("Logarithmic", this);
     figures = new QLabel(this);
     figures->setWordWrap(true);
     profile = new Plot(this, "Profile line (raw samples)");
+    // The region: what the window shows, or a rectangle of image pixels given here.
+    regionBox = new QComboBox(this);
+    regionBox->addItems({"Part shown", "Rectangle (x, y, width, height)"});
+    auto* regionRow = new QHBoxLayout();
+    const int starts[4] = {0, 0, 64, 64};
+    for (int i = 0; i < 4; ++i) {
+        corner[i] = new QSpinBox(this);
+        corner[i]->setRange(i < 2 ? 0 : 1, 16384);
+        corner[i]->setValue(starts[i]);
+        corner[i]->setEnabled(false);
+        regionRow->addWidget(corner[i]);
+        connect(corner[i], qOverload<int>(&QSpinBox::valueChanged), this,
+                [this] { emit regionChanged(region()); });
+    }
+    connect(regionBox, qOverload<int>(&QComboBox::currentIndexChanged), this, [this](int at) {
+        for (QSpinBox* box : corner) {
+            box->setEnabled(at == 1);
+        }
+        emit regionChanged(region());
+    });
     column->addWidget(histogram);
+    column->addWidget(regionBox);
+    column->addLayout(regionRow);
     column->addWidget(logScale);
     column->addWidget(figures);
     column->addWidget(profile);
@@ -104,13 +129,15 @@ void MeasurePanel::refresh(BrxDisplayProcessor* display, const QSize& visible,
     if (display == nullptr) {
         return;
     }
-    // The part of the frame in the window: the rectangle is cut to the frame.
+    // The part of the frame in the window, or the rectangle given: either is cut to the frame.
+    const QRect chosen = region();
+    const QRect area = chosen.isEmpty() ? QRect(QPoint(0, 0), visible) : chosen;
     std::map<std::string, std::string> stats{{"bins", "128"},
-                                             {"rect.x", "0"},
-                                             {"rect.y", "0"},
-                                             {"rect.w", std::to_string(visible.width())},
-                                             {"rect.h", std::to_string(visible.height())},
-                                             {"cs", "win"}};
+                                             {"rect.x", std::to_string(area.x())},
+                                             {"rect.y", std::to_string(area.y())},
+                                             {"rect.w", std::to_string(area.width())},
+                                             {"rect.h", std::to_string(area.height())},
+                                             {"cs", chosen.isEmpty() ? "win" : "img"}};
     channels.clear();
     if (display->RunCommandParams("cmd.image.statistics", &stats) == 1) {
         for (const std::string& name : split(stats["channels"], ';')) {
@@ -153,6 +180,21 @@ void MeasurePanel::refresh(BrxDisplayProcessor* display, const QSize& visible,
         curves.emplace_back(samples.size() == 3 ? colourOf(names[c]) : colourOf("Y"), samples[c]);
     }
     profile->set(curves);
+}
+
+QRect MeasurePanel::region() const {
+    if (regionBox->currentIndex() != 1) {
+        return QRect();
+    }
+    return QRect(corner[0]->value(), corner[1]->value(), corner[2]->value(), corner[3]->value());
+}
+
+void MeasurePanel::setRegion(const QRect& imageRect) {
+    const int values[4] = {imageRect.x(), imageRect.y(), imageRect.width(), imageRect.height()};
+    for (int i = 0; i < 4; ++i) {
+        corner[i]->setValue(values[i]);
+    }
+    regionBox->setCurrentIndex(imageRect.isEmpty() ? 0 : 1);
 }
 
 QString MeasurePanel::summary() const {

@@ -12,7 +12,9 @@
 
 class BrxDisplayProcessor;
 class QCheckBox;
+class QComboBox;
 class QLabel;
+class QSpinBox;
 
 class MeasurePanel : public QWidget {
     Q_OBJECT
@@ -25,6 +27,13 @@ public:
 
     // The figures shown under the histogram, one line a channel.
     QString summary() const;
+    // The rectangle of image pixels the histogram covers; empty for the part shown.
+    QRect region() const;
+    void setRegion(const QRect& imageRect);
+
+signals:
+    // The user chose another region: the viewer draws it over the picture.
+    void regionChanged(const QRect& imageRect);
 
 private:
     class Plot;
@@ -35,6 +44,8 @@ private:
     };
 
     QCheckBox* logScale = nullptr;
+    QComboBox* regionBox = nullptr;
+    QSpinBox* corner[4] = {nullptr, nullptr, nullptr, nullptr}; // x, y, width, height
     QLabel* figures = nullptr;
     Plot* histogram = nullptr;
     Plot* profile = nullptr;

@@ -68,6 +68,10 @@ ViewerWindow::ViewerWindow(const Settings& chosen) : settings(chosen) {
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &ViewerWindow::refreshFigures);
     timer->start(500);
+    if (settings.region[2] > 0 && settings.region[3] > 0) {
+        measure->setRegion(
+            QRect(settings.region[0], settings.region[1], settings.region[2], settings.region[3]));
+    }
     // The numbers follow the mouse and the live frame five times a second.
     readoutLabel = new QLabel(this);
     statusBar()->addWidget(readoutLabel, 1);
@@ -150,6 +154,7 @@ QWidget* ViewerWindow::buildControls() {
     auto* numbers = new QGroupBox("Measure", panel);
     auto* numbersColumn = new QVBoxLayout(numbers);
     measure = new MeasurePanel(numbers);
+    connect(measure, &MeasurePanel::regionChanged, this, &ViewerWindow::drawRegion);
     numbersColumn->addWidget(measure);
     auto* saveRow = new QHBoxLayout();
     const struct {
@@ -228,7 +233,6 @@ QWidget* ViewerWindow::buildControls() {
     backendColumn->addWidget(cpu);
     backendColumn->addWidget(gl);
     column->addWidget(backend);
-
 
     figuresLabel = new QLabel(panel);
     figuresLabel->setWordWrap(true);
@@ -318,6 +322,7 @@ bool ViewerWindow::start() {
         return false;
     }
     counters->reset();
+    drawRegion(measure->region());
     // A re-initialisation rebuilds the chain, whose stages start from their defaults; the
     // status line and the overlay objects belong to the window and stay.
     if (statusBox->isChecked() != settings.status) {
@@ -512,6 +517,21 @@ QString ViewerWindow::figuresText() const {
         .arg(counters->shown())
         .arg(counters->fps(), 0, 'f', 1)
         .arg(counters->processingMs(), 0, 'f', 2);
+}
+
+void ViewerWindow::drawRegion(const QRect& area) {
+    // The histogram's rectangle, drawn over the picture in image coordinates.
+    command("cmd.display.overlay.del", {{"objectID", "@region"}});
+    if (!area.isEmpty()) {
+        command("cmd.display.overlay.rect.add", {{"objectID", "@region"},
+                                                 {"rect.x", std::to_string(area.x())},
+                                                 {"rect.y", std::to_string(area.y())},
+                                                 {"rect.w", std::to_string(area.width())},
+                                                 {"rect.h", std::to_string(area.height())},
+                                                 {"cs", "img"},
+                                                 {"line.width", "2"},
+                                                 {"line.clr", std::to_string(0xFFFF00)}});
+    }
 }
 
 QString ViewerWindow::readoutText() const {

@@ -45,6 +45,8 @@ public:
         uint64_t frames = 0; // 0: run until closed
         // A point of the display area whose pixel the readout shows instead of the mouse's.
         int cursorX = -1, cursorY = -1;
+        // Image pixels the histogram covers instead of the part shown, when not empty.
+        int region[4] = {0, 0, 0, 0};
     };
 
     explicit ViewerWindow(const Settings& settings);
@@ -80,6 +82,7 @@ private slots:
     void toggleOverlay(bool on);
     void refreshFigures();
     void refreshMeasures();
+    void drawRegion(const QRect& imageRect);
 
 private:
     QWidget* buildControls();

@@ -24,7 +24,8 @@ const char* const USAGE =
     "               [--no-status] [--no-overlay] [--info] [--coloration]\n"
     "               [--gains R,G,B] [--offset X] [--gamma X] [--backend cpu|opengl]\n"
     "               [--window WxH] [--headless] [--frames N] [--screenshot OUT.png]\n"
-    "               [--cursor X,Y] [--save-raw F] [--save-view F.png] [--save-full F.png]\n"
+    "               [--cursor X,Y] [--region X,Y,W,H]\n"
+    "               [--save-raw F] [--save-view F.png] [--save-full F.png]\n"
     "  --format      camera pixel format of the synthetic camera or the file (RGB8)\n"
     "  --size        synthetic camera size (1024x768)\n"
     "  --fps         frames a second offered to the display (30)\n"
@@ -34,6 +35,7 @@ const char* const USAGE =
     "  --gains ...   colour correction: gains, offset (a fraction of full scale), gamma\n"
     "  --backend     cpu (OpenCV, the default) or opengl (shader passes; needs OpenGL)\n"
     "  --cursor      a point of the picture area whose pixel the readout shows\n"
+    "  --region      image pixels for the histogram instead of the part shown\n"
     "  --save-...    at the end: the frame's bytes, the view, the full-depth image\n"
     "  --headless    run without a person: offer --frames frames (100), save --screenshot\n"
     "                (brxview.png) and print the figures; uses xvfb-run without a display\n";
@@ -107,6 +109,16 @@ int parse(int argc, char** argv, Options& o) {
             if (std::sscanf(v, "%d,%d%c", &o.settings.cursorX, &o.settings.cursorY, &extra) != 2 ||
                 o.settings.cursorX < 0 || o.settings.cursorY < 0) {
                 std::fprintf(stderr, "brxview: bad point %s, expected X,Y\n", v);
+                return 2;
+            }
+        } else if (a == "--region") {
+            if (!(v = value("--region")))
+                return 2;
+            int* r = o.settings.region;
+            char extra = 0;
+            if (std::sscanf(v, "%d,%d,%d,%d%c", &r[0], &r[1], &r[2], &r[3], &extra) != 4 ||
+                r[0] < 0 || r[1] < 0 || r[2] < 1 || r[3] < 1) {
+                std::fprintf(stderr, "brxview: bad region %s, expected X,Y,W,H\n", v);
                 return 2;
             }
         } else if (a == "--save-raw" || a == "--save-view" || a == "--save-full") {
