@@ -489,10 +489,14 @@ int QTDDisplay::handOver(BrxImage* image) {
 void QTDDisplay::slotCheckIncomingBuffer() {
     // A camera's check can be queued ahead of the paint of the last frame: the paint goes
     // first, or frames would be processed and never shown. The check stays pending meanwhile.
-    if (QTDWindow* window = getWindow(); window != nullptr && window->framePending()) {
+    // Once only: redraws that other threads keep asking for must not hold frames back.
+    if (QTDWindow* window = getWindow();
+        !checkDeferred && window != nullptr && window->framePending()) {
+        checkDeferred = true;
         emit signalCheckIncomingBuffer();
         return;
     }
+    checkDeferred = false;
     // Cleared before the take: a frame published after it queues the next check.
     checkPending = false;
     passing = true;

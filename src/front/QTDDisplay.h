@@ -127,6 +127,8 @@ public:
     std::atomic<bool> checkPending{false};
     // A pass of the chain is running on the controller's thread.
     std::atomic<bool> passing{false};
+    // The controller's thread put off its last check for a paint.
+    bool checkDeferred = false;
     QTD::PROPERTIES statusBag;
     int32_t fpsWindow = 2;
     double lastFps = 0.0;
