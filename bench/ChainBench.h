@@ -7,6 +7,8 @@
 #include "image/QTDImageHelpers.h"
 
 #include <benchmark/benchmark.h>
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 
 namespace ChainBench {
 
@@ -56,6 +58,17 @@ inline bool runPasses(benchmark::State& state, DisplayChain& d, BrxImage* input)
         benchmark::DoNotOptimize(d.chain.Output());
     }
     return true;
+}
+
+// The baseline of the Bayer benchmarks: OpenCV demosaicing an 8-bit RG mosaic, which OpenCV
+// names BG, as long as the state runs.
+inline void cvtColorBayerRG8(benchmark::State& state, BrxImage* input) {
+    cv::Mat source(Height, Width, CV_8UC1, input->imageData, input->stride);
+    cv::Mat rgb(Height, Width, CV_8UC3);
+    for (auto _ : state) {
+        cv::cvtColor(source, rgb, cv::COLOR_BayerBG2RGB);
+        benchmark::DoNotOptimize(rgb.data);
+    }
 }
 
 } // namespace ChainBench

@@ -79,12 +79,7 @@ void BM_Chain_BayerRG12pToRGB8(benchmark::State& state) {
 // The same jobs written directly with OpenCV.
 void BM_OpenCV_BayerRG8ToRGB8(benchmark::State& state) {
     Image input = makeInput(PixelType::BayerRG8);
-    cv::Mat source(Height, Width, CV_8UC1, input->imageData, input->stride);
-    cv::Mat rgb(Height, Width, CV_8UC3);
-    for (auto _ : state) {
-        cv::cvtColor(source, rgb, cv::COLOR_BayerBG2RGB);
-        benchmark::DoNotOptimize(rgb.data);
-    }
+    cvtColorBayerRG8(state, input.get());
     state.SetBytesProcessed(int64_t(state.iterations()) * input->imageSize);
 }
 // Unpacking (the library's own routine, as OpenCV has none), demosaicing and narrowing.
