@@ -27,7 +27,7 @@ QTDImageHelpers::ImagePtr frame() {
 void readout(benchmark::State& state) {
     auto image = frame();
     QTD::ImageReadout numbers;
-    numbers.frame(image.get(), nullptr, image->pixelType);
+    numbers.frame(image.get(), nullptr, image->pixelType, 1);
     for (auto _ : state) {
         QTD::ImageReadout::Map out;
         numbers.statistics(0, 0, Width, Height, 256, out);

@@ -42,11 +42,15 @@ ImageReadout::~ImageReadout() {
     std::free(unpacked.allocatedData);
 }
 
-void ImageReadout::frame(BrxImage* rawFrame, BrxImage* shownImage, uint32_t pixelType) {
+void ImageReadout::frame(BrxImage* rawFrame, BrxImage* shownImage, uint32_t pixelType,
+                         uint64_t generation) {
+    if (rawFrame != raw || pixelType != type || generation != unpackedGeneration) {
+        unpackedFresh = false;
+    }
     raw = rawFrame;
     shown = shownImage;
     type = pixelType;
-    unpackedFresh = false;
+    unpackedGeneration = generation;
 }
 
 BrxImage* ImageReadout::plain() {

@@ -29,8 +29,9 @@ public:
     ImageReadout& operator=(ImageReadout const&) = delete;
 
     // The frame handed over and the picture shown of it (8-bit RGB in main memory), either of
-    // which may be null. The frame's pixels are read as `pixelType`, the set-up's type.
-    void frame(BrxImage* raw, BrxImage* shown, uint32_t pixelType);
+    // which may be null. The frame's pixels are read as `pixelType`, the set-up's type. A packed
+    // frame is unpacked again only for another `generation` (a count of frames processed).
+    void frame(BrxImage* raw, BrxImage* shown, uint32_t pixelType, uint64_t generation);
 
     // Image pixel (x, y): "raw" (";"-separated samples), "raw.channel" for a mosaic's site,
     // "shown" (R;G;B) when there is a picture. False outside the frame.
@@ -70,6 +71,7 @@ private:
     uint32_t type = 0;
     BrxImage unpacked{};
     bool unpackedFresh = false;
+    uint64_t unpackedGeneration = 0;
     // The last save still writing.
     std::thread writer;
 };

@@ -127,7 +127,8 @@ int QTDDisplay::RunCommandImage(const char* command, Map* params) {
     if (chain != nullptr && name.same("cmd.image.pixel", true)) {
         shown = gpu ? readBack(chain->GetProcessor("image.display")) : chain->Output();
     }
-    readout.frame(currentImage, shown, currentImage->pixelType);
+    readout.frame(currentImage, shown, currentImage->pixelType,
+                  uint64_t(processedCounter.frames.load()));
     QTDScreen* screen = getScreen();
     const ATTR cs = helper.get("cs", "img");
     Map answer;

@@ -6,6 +6,7 @@
 #include "core/HandOver.h"
 #include "core/Messenger.h"
 #include "screen/QTDScreen.h"
+#include "screen/Rounding.h"
 #include "window/QTDZoom.h"
 
 #include <QCursor>
@@ -19,14 +20,6 @@
 
 // Mouse and keyboard handling. Every handler runs on the GUI thread under `stateMutex`; the
 // walk of the chain around it holds `inputMutex`.
-
-namespace {
-
-int roundedHalfAway(double v) {
-    return static_cast<int>(v < 0 ? v - 0.5 : v + 0.5);
-}
-
-} // namespace
 
 std::map<std::string, std::string> QTDWindow::buttonNotification(char const* code, int x, int y,
                                                                  bool left) {
@@ -52,8 +45,8 @@ std::map<std::string, std::string> QTDWindow::buttonNotification(char const* cod
         map["img.x"] = QTD::ATTR::format("%f", ix);
         map["img.y"] = QTD::ATTR::format("%f", iy);
     } else {
-        map["img.x"] = QTD::ATTR::format("%d", roundedHalfAway(ix));
-        map["img.y"] = QTD::ATTR::format("%d", roundedHalfAway(iy));
+        map["img.x"] = QTD::ATTR::format("%d", QTD::roundHalfAway(ix));
+        map["img.y"] = QTD::ATTR::format("%d", QTD::roundHalfAway(iy));
     }
     return map;
 }
