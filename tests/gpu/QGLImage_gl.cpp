@@ -1,16 +1,14 @@
 // Render targets and input textures on Mesa: pixels up and back exact at every depth and
 // stride, the caller's buffer untouched, the flipped target bottom-up, the display program's
-// coefficient by depth, and GL objects only with their context. Then the passes' shaders that no
-// stage runs yet: Mono10p/Mono12p unpacking against the CPU unpacker, and demosaicing, which must
-// give back any flat colour on every pattern (the colour passes are checked through their
-// stages).
+// coefficient by depth, and GL objects only with their context. Then the demosaicing shader,
+// which must give back any flat colour on every pattern (the passes are otherwise checked
+// through their stages).
 
 #include "GLTestSupport.h"
 
 #include "gpu/QGLImage.h"
 #include "gpu/QGLShaders.h"
 #include "gpu/QGLTexture.h"
-#include "image/BrxImageUnpack.h"
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxPixelTypes.h>
@@ -286,69 +284,6 @@ protected:
         EXPECT_EQ(surface.checkError(fragment, true, true), 0);
     }
 };
-
-// Packed rows as a byte texture, decoded by the shader into 16-bit words, against the CPU
-// unpacker; the edge bytes of both layouts included.
-TEST_F(ShaderPass, UnpackMatchesTheCpuUnpacker) {
-    struct Case {
-        unsigned int packed, unpacked;
-        int w, method;
-        int rowBytes;
-    } const cases[] = {
-        {BRX_PIXEL_Mono10p, BRX_PIXEL_Mono10, 8, 0, 10},
-        {BRX_PIXEL_Mono10p, BRX_PIXEL_Mono10, 36, 0, 45},
-        {BRX_PIXEL_Mono12p, BRX_PIXEL_Mono12, 6, 1, 9},
-        {BRX_PIXEL_Mono12p, BRX_PIXEL_Mono12, 34, 1, 51},
-    };
-    int const h = 5;
-    for (auto const& c : cases) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.packed << std::dec << " w=" << c.w);
-        // The packed rows, and the same bytes as a Mono8 texture.
-        Pixels byteRows(c.rowBytes, h, BRX_PIXEL_Mono8);
-        std::vector<uint8_t>& packedBytes = byteRows.bytes;
-        uint32_t seed = 77;
-        for (auto& b : packedBytes) {
-            seed = seed * 1664525u + 1013904223u;
-            b = uint8_t(seed >> 24);
-        }
-        // The edge bytes: group 0 all ones, and the top bits of the last group.
-        packedBytes[0] = 0xFF;
-        packedBytes[1] = c.method == 0 ? 0x03 : 0x0F;
-        packedBytes[c.rowBytes - 1] = 0xFF;
-        BrxImage packed{};
-        QTDImageHelpers::imageCreateFormat(&packed, c.w, h, c.packed);
-        packed.stride = uint32_t(c.rowBytes);
-        packed.imageSize = byteRows.record.imageSize;
-        packed.imageData = packedBytes.data();
-
-        BrxImage cpu{};
-        QTDImageHelpers::imageCreateFormat(&cpu, c.w, h, c.unpacked);
-        ASSERT_EQ(BrxImageUnpack::Unpack(&packed, &cpu), 1);
-        std::unique_ptr<void, decltype(&std::free)> cpuBlock(cpu.allocatedData, &std::free);
-
-        QGLTexture input(&surface);
-        ASSERT_TRUE(input.init(&byteRows.record, nullptr));
-        ASSERT_TRUE(input.fill(&byteRows.record));
-
-        Pixels out(c.w, h, c.unpacked, 4);
-        QGLImage target(&surface);
-        ASSERT_TRUE(target.init(&out.record, nullptr));
-        run(target, input.texture(), "unpack.u3v.v.glsl", "unpack.u3v.f.glsl",
-            [&](QOpenGLShaderProgram& p) {
-                p.setUniformValue("sourceSize",
-                                  QVector4D(c.rowBytes, h, 1.0f / c.rowBytes, 1.0f / h));
-                p.setUniformValue("outputSize", QVector4D(c.w, h, 1.0f / c.w, 1.0f / h));
-                p.setUniformValue("method", c.method);
-            });
-        ASSERT_NE(target.readGPU(&out.record), nullptr);
-        for (int y = 0; y < h; ++y)
-            EXPECT_EQ(std::memcmp(out.bytes.data() + y * out.record.stride,
-                                  static_cast<uint8_t*>(cpu.imageData) + y * cpu.stride, 2 * c.w),
-                      0)
-                << "row " << y;
-        EXPECT_EQ(out.at(0, 0), c.method == 0 ? 1023u : 4095u);
-    }
-}
 
 // A flat colour sampled through each Bayer pattern comes back as that colour: the kernels keep
 // constants, and the pattern decides which site is which colour.

@@ -1,14 +1,11 @@
-// The GL surface on Mesa under Xvfb: the begin deadline, the swap throttle, the error words, where
-// drawing lands, and text where the memory surface burns the same text, glyph for glyph. The GL
-// screen on it: the image where the view puts it, upright from a bottom-up target, and the
-// part-of-texture path for views beyond the driver's viewport showing the same picture.
+// The GL surface on Mesa under Xvfb: the begin deadline, the swap throttle, the error words and
+// where drawing lands. The GL screen on it: the part-of-texture path for views beyond the
+// driver's viewport showing the same picture.
 
 #include "GLTestSupport.h"
 
-#include "cpu/MEMSurface.h"
 #include "gpu/QGLImage.h"
 #include "gpu/QGLScreen.h"
-#include "gpu/QGLSurfaceText.h"
 #include "image/QTDImageHelpers.h"
 
 #include <brx/BrxPixelTypes.h>
@@ -25,7 +22,6 @@ namespace {
 
 using GLSurface = GLTest::OnContext;
 using GLTest::Box;
-using GLTest::inkBox;
 
 // begin's deadline wraps in 32 bits: near today's clock it lies in the past, so the retry
 // loop ends after its first try; only a clock near its epoch would get the full 3 s.
@@ -121,60 +117,6 @@ TEST_F(GLSurface, FillsAndLinesLandAtSurfaceCoordinates) {
     EXPECT_EQ(surface.checkError("lines", true, true), 0);
 }
 
-class GLText : public GLTest::OnContext {
-protected:
-    // The text in white on black, as window pixels, y down.
-    Box onGL(char const* text, int x, int y, char const* font) {
-        clearBlack();
-        QTD::RgbColor white(255, 255, 255);
-        surface.text(text, x, y, font, &white);
-        EXPECT_EQ(surface.mode, 0);
-        std::vector<unsigned char> rgba = readBack();
-        return inkBox(320, 240, [&](int px, int py) { return rgba[((239 - py) * 320 + px) * 4]; });
-    }
-
-    Box inMemory(char const* text, int x, int y, char const* font) {
-        std::unique_ptr<BrxImage, QTDImageHelpers::ImageDeleter> image(
-            QTDImageHelpers::imageCreateImage(nullptr, 320, 240, BRX_PIXEL_Mono8));
-        MEMSurface memory;
-        EXPECT_TRUE(memory.init(nullptr));
-        QTD::PROPERTIES frame;
-        frame.set("image", QTD::ATTR(static_cast<void*>(image.get())), true);
-        EXPECT_TRUE(memory.begin(&frame));
-        QTD::RgbColor white(255, 255, 255);
-        memory.text(text, x, y, font, &white);
-        memory.end();
-        auto* pixels = static_cast<unsigned char*>(image->imageData);
-        return inkBox(320, 240,
-                      [&](int px, int py) { return pixels[size_t(py) * image->stride + px]; });
-    }
-};
-
-TEST_F(GLText, LandsWhereTheMemorySurfacesTextLands) {
-    struct Case {
-        char const* text;
-        int x, y;
-        char const* font;
-    } const cases[] = {
-        {"Hello, gl 42", 20, 30, "default"},
-        {"Ag|jy", 150, 100, "large"},
-        {"fixed\twidth", 5, 200, "fixed"},
-        {"two\nlines", 60, 60, "bold"},
-        {"edge", 0, 0, "medium"},
-    };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text);
-        Box gl = onGL(c.text, c.x, c.y, c.font);
-        Box mem = inMemory(c.text, c.x, c.y, c.font);
-        ASSERT_GT(mem.lit, 10);
-        for (auto edge : GLTest::Edges)
-            EXPECT_NEAR(gl.*edge, mem.*edge, 1);
-        // Every pixel a glyph covers at all: blended on GL, painted whole in memory.
-        EXPECT_NEAR(gl.lit, mem.lit, mem.lit / 50 + 2);
-    }
-    EXPECT_EQ(surface.checkError("text", true, true), 0);
-}
-
 int const W = 320, H = 240;
 
 class GLScreen : public GLTest::OnContext {
@@ -228,24 +170,6 @@ protected:
     std::unique_ptr<QGLImage> target;
     std::unique_ptr<QGLScreen> screen;
 };
-
-// At 1:1 each window pixel inside the image's rectangle is the image pixel under it, the
-// right way up, and the background lies around it.
-TEST_F(GLScreen, ActualSizeShowsEveryPixelUprightWhereTheViewPutsIt) {
-    std::vector<unsigned char> shot = frame();
-    QTD::TRECT<double> at = screen->imageRect();
-    int left = int(std::lround(at.x)), top = int(std::lround(at.y));
-    int wrong = 0;
-    for (int y = 0; y < 100; ++y)
-        for (int x = 0; x < 200; ++x) {
-            unsigned char const* px = &shot[((top + y) * W + left + x) * 3];
-            wrong += px[0] != x || px[1] != y * 2 || px[2] != 255;
-        }
-    EXPECT_EQ(wrong, 0);
-    unsigned char const* corner = &shot[0];
-    EXPECT_EQ(corner[0] + corner[1] + corner[2], 0);
-    EXPECT_EQ(surface.checkError("frame", true, true), 0);
-}
 
 // Zoomed past a small viewport limit, the visible part is cut from the texture: the window
 // shows what the whole texture shows with the driver's own limit.
