@@ -13,6 +13,10 @@ constexpr int RCD_TILE_COLS = 1024;
 constexpr int64_t SMALL_FRAME = 1 << 15;
 // Shortest strip: its top and bottom margins are 10 rows each.
 constexpr int RCD_MIN_ROWS = 64;
+// Tiles of the quality method: each carries 22 pixels of context on every side, so larger tiles
+// waste less on it; these keep a tile's two dozen float planes about the size of a core's L2.
+constexpr int QUALITY_TILE_COLS = 256;
+constexpr int QUALITY_TILE_ROWS = 128;
 // Sides beyond this would overflow the kernels' int arithmetic on positions.
 constexpr int MAX_SIDE = 1 << 24;
 } // namespace
@@ -78,6 +82,26 @@ bool BayerEngine::run(BayerFrame const& frame, int algorithm) {
             int const cols = f.width - x0 < tileCols ? f.width - x0 : tileCols;
             int const rows = f.height - y0 < tileRows ? f.height - y0 : tileRows;
             if (!isa->rcd(f, x0, y0, cols, rows, *scratch[worker]))
+                ok = false;
+        });
+        return ok;
+    }
+    if (algorithm == ALG_QUALITY) {
+        int const tileCols =
+            f.width < QUALITY_TILE_COLS + QUALITY_TILE_COLS / 2 ? f.width : QUALITY_TILE_COLS;
+        int const tileRows =
+            f.height < QUALITY_TILE_ROWS + QUALITY_TILE_ROWS / 2 ? f.height : QUALITY_TILE_ROWS;
+        int const across = (f.width + tileCols - 1) / tileCols;
+        int const down = (f.height + tileRows - 1) / tileRows;
+        for (auto& s : scratch)
+            if (!s->get(isa->qualityBytes(tileCols, tileRows)))
+                return false;
+        pool.run(across * down, [&](int index, int worker) {
+            int const x0 = (index % across) * tileCols;
+            int const y0 = (index / across) * tileRows;
+            int const cols = f.width - x0 < tileCols ? f.width - x0 : tileCols;
+            int const rows = f.height - y0 < tileRows ? f.height - y0 : tileRows;
+            if (!isa->quality(f, x0, y0, cols, rows, *scratch[worker]))
                 ok = false;
         });
         return ok;

@@ -10,7 +10,7 @@ namespace BrxDemosaic {
 enum BayerPattern { PATTERN_GR = 0, PATTERN_RG = 1, PATTERN_BG = 2, PATTERN_GB = 3 };
 
 // Algorithms, the values of "BayerAlgType".
-enum BayerAlgorithm { ALG_GRADIENT = 0, ALG_BILINEAR = 1, ALG_RCD = 2 };
+enum BayerAlgorithm { ALG_GRADIENT = 0, ALG_BILINEAR = 1, ALG_RCD = 2, ALG_QUALITY = 3 };
 
 // One demosaicing job on raw memory: a Bayer mosaic in, interleaved three-channel pixels of the
 // same storage width out. Rows of either side may have any stride that holds them.

@@ -19,6 +19,10 @@ struct BayerIsa {
 
     // Working memory a tile of `cols` x `rows` of the edge-directed method needs.
     size_t (*rcdBytes)(int cols, int rows);
+    // The quality method's tile, and its working memory.
+    bool (*quality)(BayerFrame const& frame, int x0, int y0, int cols, int rows,
+                    BayerScratch& scratch);
+    size_t (*qualityBytes)(int cols, int rows);
 
     // The fastest table this processor runs.
     static BayerIsa const& best();

@@ -13,11 +13,17 @@
 namespace BrxDemosaic {
 namespace isa_avx512 {
 #include "demosaic/BayerKernels.inc"
+#include "demosaic/QualityKernels.inc"
 } // namespace isa_avx512
 
 BayerIsa const& bayerIsaAvx512() {
-    static BayerIsa const isa = {"avx512", &isa_avx512::bilinear, &isa_avx512::gradient,
-                                 &isa_avx512::rcd, &isa_avx512::rcdBytes};
+    static BayerIsa const isa = {"avx512",
+                                 &isa_avx512::bilinear,
+                                 &isa_avx512::gradient,
+                                 &isa_avx512::rcd,
+                                 &isa_avx512::rcdBytes,
+                                 &isa_avx512::quality,
+                                 &isa_avx512::qualityBytes};
     return isa;
 }
 

@@ -110,7 +110,8 @@ unsigned short BrxBayerImpl::Init(BrxImage* input, BrxImage* output) {
     if (code != STATUS_OK)
         return fail("Init", code);
     long const alg = readInt(KEY_ALGORITHM, BrxDemosaic::ALG_GRADIENT);
-    algorithm = alg == BrxDemosaic::ALG_BILINEAR || alg == BrxDemosaic::ALG_RCD
+    algorithm = alg == BrxDemosaic::ALG_BILINEAR || alg == BrxDemosaic::ALG_RCD ||
+                        alg == BrxDemosaic::ALG_QUALITY
                     ? static_cast<int>(alg)
                     : BrxDemosaic::ALG_GRADIENT;
     long threads = readInt(KEY_THREADS, 0);

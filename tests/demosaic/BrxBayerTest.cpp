@@ -15,7 +15,7 @@ TEST(BrxBayer, EveryPatternAndDepthPutsTheColoursInPlace) {
         Picture const pic = smoothPicture(97, 65, depth);
         for (int pattern = 0; pattern < 4; ++pattern) {
             Image in(pic, pattern);
-            for (int mode : {0, 1, 2}) {
+            for (int mode : {0, 1, 2, 3}) {
                 SCOPED_TRACE(testing::Message()
                              << "depth " << depth << " pattern " << pattern << " mode " << mode);
                 Image out(rgbType(depth), 97, 65), bgr(rgbType(depth, true), 97, 65);
@@ -33,7 +33,7 @@ TEST(BrxBayer, EveryPatternAndDepthPutsTheColoursInPlace) {
 // kernels sum to one and the borders see a mirrored image, not black.
 TEST(BrxBayer, OddSizesAndBordersAreFilled) {
     int const sizes[][2] = {{2, 2}, {3, 2}, {2, 5}, {7, 5}, {33, 17}, {70, 23}};
-    for (int mode : {0, 1, 2})
+    for (int mode : {0, 1, 2, 3})
         for (int pattern = 0; pattern < 4; ++pattern)
             for (auto [w, h] : sizes) {
                 SCOPED_TRACE(testing::Message() << "mode " << mode << " pattern " << pattern
@@ -49,10 +49,11 @@ TEST(BrxBayer, OddSizesAndBordersAreFilled) {
 }
 
 // Padded rows, more threads and a bottom-up output give the pixels of tight rows, one thread and
-// a top-down output (RCD within one code value over threads); nothing lands in row padding.
+// a top-down output (RCD within one code value over threads; the quality mode's tiles do not
+// depend on the threads); nothing lands in row padding.
 TEST(BrxBayer, PaddingThreadsAndBottomUpOutputKeepThePicture) {
     for (int depth : {8, 12})
-        for (int mode : {0, 1, 2}) {
+        for (int mode : {0, 1, 2, 3}) {
             SCOPED_TRACE(testing::Message() << "depth " << depth << " mode " << mode);
             Picture const pic = smoothPicture(301, 203, depth);
             Image in(pic, 3), paddedIn(pic, 3, 10);
@@ -83,7 +84,7 @@ TEST(BrxBayer, UnknownAlgorithmsFallBackToTheGradientMethod) {
     ASSERT_EQ(Bayer(0).run(in, reference), 0);
     ASSERT_EQ(Bayer(1).run(in, out), 0);
     EXPECT_GT(maxDifference(reference, out), 0);
-    for (char const* alg : {"-1", "3", "99", "fast"}) {
+    for (char const* alg : {"-1", "4", "99", "fast"}) {
         Bayer bayer(1);
         bayer->GetComponent()->SetParamString("BayerAlgType", const_cast<char*>(alg));
         ASSERT_EQ(bayer.run(in, out), 0);
