@@ -185,6 +185,56 @@ TEST(CPUIPBayer, RefusesPackedMosaicsAndASingleSite) {
     EXPECT_EQ(s->ProcessImage(tiny.get(), nullptr, nullptr), statusWord(CodeNotReady));
 }
 
+// Every demosaicing mode behind the stage keeps the depth and puts each pattern's colours where
+// they belong: a flat colour comes back exactly, in the RGB type of the mosaic's depth.
+TEST(CPUIPBayer, EveryModeKeepsPatternAndDepth) {
+    struct Case {
+        uint32_t type, rgb;
+        int rx, ry, depth; // red site of the 2 x 2 cell
+    };
+    const Case cases[] = {{PixelType::BayerRG8, PixelType::RGB8, 0, 0, 8},
+                          {PixelType::BayerGR8, PixelType::RGB8, 1, 0, 8},
+                          {PixelType::BayerBG8, PixelType::RGB8, 1, 1, 8},
+                          {PixelType::BayerGB8, PixelType::RGB8, 0, 1, 8},
+                          {PixelType::BayerGR12, PixelType::RGB12, 1, 0, 12},
+                          {BRX_PIXEL_BayerBG16, PixelType::RGB16, 1, 1, 16}};
+    for (long mode = 0; mode <= 3; ++mode) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(testing::Message() << "mode " << mode << " type " << std::hex << c.type);
+            Owned<CPUIPBayer> s;
+            s->GetComponent()->SetParamInt("BayerAlgType", mode);
+            const int scale = (1 << c.depth) / 256;
+            const int colour[3] = {200 * scale, 90 * scale, 40 * scale};
+            auto input = TestImages::make(37, 21, c.type);
+            for (uint32_t y = 0; y < 21; ++y)
+                for (uint32_t x = 0; x < 37; ++x) {
+                    const bool redRow = int(y & 1) == c.ry, redColumn = int(x & 1) == c.rx;
+                    const int v = redRow == redColumn ? colour[redRow ? 0 : 2] : colour[1];
+                    if (c.depth > 8)
+                        row16(input.get(), y)[x] = uint16_t(v);
+                    else
+                        row8(input.get(), y)[x] = uint8_t(v);
+                }
+            ASSERT_EQ(s->Init(input.get(), nullptr), 0u);
+            ASSERT_EQ(s->ProcessImage(input.get(), nullptr, nullptr), 0u);
+            BrxImage* out = s->Output();
+            ASSERT_EQ(out->pixelType, c.rgb);
+            int wrong = 0;
+            for (uint32_t y = 0; y < 21; ++y)
+                for (uint32_t i = 0; i < 37 * 3; ++i)
+                    wrong += TestImages::sample(out, y, i) != colour[i % 3];
+            EXPECT_EQ(wrong, 0);
+        }
+        // The refusals do not depend on the mode.
+        Owned<CPUIPBayer> s;
+        s->GetComponent()->SetParamInt("BayerAlgType", mode);
+        auto packed = TestImages::make(8, 6, PixelType::BayerRG12p);
+        EXPECT_EQ(s->Init(packed.get(), nullptr), statusWord(CodeNotSupported));
+        auto tiny = TestImages::make(1, 1, PixelType::BayerRG8);
+        EXPECT_EQ(s->Init(tiny.get(), nullptr), statusWord(CodeNoResources));
+    }
+}
+
 TEST(CPUIPColorCorrection, AppliesPerChannelTablesInPlace) {
     Owned<CPUIPColorCorrection> s;
     auto input = TestImages::makeColour8(7, 3, PixelType::RGB8);

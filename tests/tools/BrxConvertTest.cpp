@@ -13,6 +13,7 @@
 #include <QImage>
 #include <QTemporaryDir>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -215,6 +216,43 @@ TEST(RawFramePacking, PackedFramesReadBackAsTheirPlainTwins) {
     EXPECT_EQ(packedFormats, 20);
 }
 
+// Each demosaicing mode by name and by number; on a McMaster picture the quality mode beats the
+// residual-curvature one, which beats the default.
+TEST_F(BrxConvert, DemosaicingModesByNameAndNumber) {
+    const QImage picture = QImage(QString(BRX_TEST_DATA) + "/mcmaster/McMaster3.png")
+                               .convertToFormat(QImage::Format_RGB888);
+    ASSERT_FALSE(picture.isNull());
+    const std::string in = path("mc.png"), raw = path("mc.raw");
+    ASSERT_TRUE(picture.save(QString::fromStdString(in)));
+    ASSERT_EQ(runConvert(in + " --to BayerRG8 " + raw).status, 0);
+    const std::string size =
+        std::to_string(picture.width()) + "x" + std::to_string(picture.height());
+    auto quality = [&](const std::string& mode) {
+        const std::string out = path((mode + ".png").c_str());
+        ToolRun r = runConvert("--format BayerRG8 --size " + size + " --demosaic " + mode + " " +
+                               raw + " " + out);
+        EXPECT_EQ(r.status, 0) << r.err;
+        const QImage result =
+            QImage(QString::fromStdString(out)).convertToFormat(QImage::Format_RGB888);
+        double sum = 0;
+        long n = 0;
+        for (int y = 4; y < picture.height() - 4; ++y)
+            for (int x = 4; x < picture.width() - 4; ++x)
+                for (int c = 0; c < 3; ++c, ++n) {
+                    const double d = double(picture.constScanLine(y)[3 * x + c]) -
+                                     result.constScanLine(y)[3 * x + c];
+                    sum += d * d;
+                }
+        return 10.0 * std::log10(255.0 * 255.0 * double(n) / sum);
+    };
+    const double gradient = quality("gradient"), rcd = quality("rcd"), best = quality("quality");
+    EXPECT_GT(rcd, gradient + 0.5);
+    EXPECT_GT(best, rcd + 0.5);
+    EXPECT_EQ(quality("3"), best);
+    EXPECT_EQ(quality("0"), gradient);
+    EXPECT_LT(quality("bilinear"), gradient);
+}
+
 TEST_F(BrxConvert, EveryBadInputIsOneLineAndAFailure) {
     ASSERT_EQ(runConvert(png + " --to Mono8 " + path("ok.raw")).status, 0);
     std::FILE* f = std::fopen(path("short.raw").c_str(), "wb");
@@ -241,6 +279,9 @@ TEST_F(BrxConvert, EveryBadInputIsOneLineAndAFailure) {
         {"--bogus " + png + " " + x, "unknown option --bogus"},
         {png + " " + x + " " + x, "too many files"},
         {png + " " + x + " --to", "--to needs a value"},
+        {"--format BayerRG8 --size 256x128 --demosaic best " + ok + " " + x,
+         "unknown demosaicing mode best; one of: gradient (0), bilinear (1), rcd (2), quality (3)"},
+        {"--demosaic quality " + png + " " + x, "--demosaic applies to raw Bayer input"},
         {png, "needs an input and an output file"},
     };
     for (const auto& c : cases) {

@@ -19,12 +19,15 @@
 namespace {
 
 const char* const USAGE =
-    "usage: brxconvert [--format NAME --size WxH] IN [--to NAME] OUT\n"
+    "usage: brxconvert [--format NAME --size WxH] [--demosaic MODE] IN [--to NAME] OUT\n"
     "  IN   a raw camera frame (with --format and --size) or a picture file (PNG, TIFF, ...)\n"
     "  OUT  a picture file (by its extension: .png .tif .tiff .bmp), or a raw frame in the\n"
     "       camera format given by --to\n"
     "  Raw frames are converted through the library (unpack, demosaic, colour) to RGB8\n"
-    "  first; pictures are packed into the camera format by the tool itself.\n";
+    "  first; pictures are packed into the camera format by the tool itself.\n"
+    "  --demosaic  how Bayer frames are demosaiced: gradient (0, the default), bilinear (1),\n"
+    "              rcd (2, residual-curvature) or quality (3, residual interpolation: the\n"
+    "              best picture, for conversions rather than live display)\n";
 
 int fail(const std::string& text) {
     std::fprintf(stderr, "brxconvert: %s\n", text.c_str());
@@ -52,7 +55,7 @@ bool parseSize(const std::string& text, uint32_t& w, uint32_t& h) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::string formatName, sizeText, toName;
+    std::string formatName, sizeText, toName, demosaicName;
     std::string paths[2];
     int pathCount = 0;
     for (int i = 1; i < argc; ++i) {
@@ -63,11 +66,14 @@ int main(int argc, char** argv) {
                         CameraFormat::listing("  ").c_str());
             return 0;
         }
-        if (a == "--format" || a == "--size" || a == "--to") {
+        if (a == "--format" || a == "--size" || a == "--to" || a == "--demosaic") {
             if (i + 1 >= argc) {
                 return fail(a + " needs a value");
             }
-            (a == "--format" ? formatName : a == "--size" ? sizeText : toName) = argv[++i];
+            (a == "--format" ? formatName
+             : a == "--size" ? sizeText
+             : a == "--to"   ? toName
+                             : demosaicName) = argv[++i];
         } else if (a.size() > 1 && a[0] == '-') {
             return fail("unknown option " + a + " (see --help)");
         } else if (pathCount < 2) {
@@ -101,6 +107,17 @@ int main(int argc, char** argv) {
     if (to != nullptr && isPicture(out)) {
         return fail("--to makes a raw frame; " + out + " is named as a picture");
     }
+    long demosaic = -1;
+    if (!demosaicName.empty()) {
+        demosaic = LibraryConverter::demosaicMode(demosaicName);
+        if (demosaic < 0) {
+            return fail("unknown demosaicing mode " + demosaicName +
+                        "; one of: " + LibraryConverter::demosaicNames());
+        }
+        if (from == nullptr) {
+            return fail("--demosaic applies to raw Bayer input (--format NAME)");
+        }
+    }
     uint32_t width = 0, height = 0;
     if (from != nullptr && !parseSize(sizeText, width, height)) {
         return fail("bad size " + sizeText + ", expected WIDTHxHEIGHT");
@@ -119,6 +136,7 @@ int main(int argc, char** argv) {
         }
         QApplication app(argc, argv);
         LibraryConverter converter;
+        converter.setDemosaic(demosaic);
         if (!converter.toRgb(frame, picture, &error)) {
             return fail(error);
         }
