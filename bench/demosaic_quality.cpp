@@ -8,10 +8,10 @@
 // Quality: each RGB image (the McMaster set when none is given), and built-in synthetic scenes,
 // is mosaicked for the four patterns and demosaiced by each of our modes and by OpenCV's
 // bilinear, edge-aware (EA) and VNG modes; the table shows colour PSNR (one MSE over the three
-// channels, 4-pixel border excluded), per image averaged over the patterns. Speed: MPix/s at
-// 4096 x 3000, 8 and 16 bit, on one thread and on all cores, with the ratio to OpenCV's
-// bilinear cvtColor of the same run; on one thread also per second of processor time, a figure
-// that other processes on a busy machine do not spoil.
+// channels, 4-pixel border excluded), per image averaged over the patterns. False colour: on
+// grey one-pixel lines and a zone plate, the share of pixels whose R - G or B - G is off by more
+// than 8 and 16 code values. Speed: MPix/s at 1280 x 800 and 4096 x 3000, 8 and 16 bit, on one
+// thread and on all cores, with the ratio to OpenCV's bilinear cvtColor of the same run.
 
 #include "demosaic/BayerEngine.h"
 
@@ -125,12 +125,13 @@ void cvDemosaic(cv::Mat const& bayer, cv::Mat& out, int pattern, int kind) {
 
 struct Method {
     char const* name;
-    int mode;   // ours: 0..2; OpenCV: -1
+    int mode;   // ours: 0..3; OpenCV: -1
     int cvKind; // 0 bilinear, 1 EA, 2 VNG
 };
 
 Method const METHODS[] = {{"mode1 bilinear", 1, 0}, {"mode0 gradient", 0, 0}, {"mode2 RCD", 2, 0},
-                          {"cv bilinear", -1, 0},   {"cv EA", -1, 1},         {"cv VNG", -1, 2}};
+                          {"mode3 quality", 3, 0},  {"cv bilinear", -1, 0},   {"cv EA", -1, 1},
+                          {"cv VNG", -1, 2}};
 constexpr int METHOD_COUNT = sizeof(METHODS) / sizeof(METHODS[0]);
 
 cv::Mat syntheticZonePlate(int n) {
@@ -144,6 +145,30 @@ cv::Mat syntheticZonePlate(int n) {
                           cv::saturate_cast<uint8_t>(v));
         }
     return m;
+}
+
+// Grey one-pixel lines on a dark ground: vertical, horizontal, diagonal, and two vertical ones
+// two pixels apart.
+cv::Mat syntheticLines(int n) {
+    cv::Mat m(n, n, CV_8UC3, cv::Scalar::all(51));
+    for (int i = 0; i < n; ++i)
+        for (cv::Point p : {cv::Point(n / 3, i), cv::Point(i, n / 2), cv::Point(i, i),
+                            cv::Point(2 * n / 3, i), cv::Point(2 * n / 3 + 2, i)})
+            m.at<cv::Vec3b>(p) = cv::Vec3b(217, 217, 217);
+    return m;
+}
+
+// Share of pixels (4-pixel border left out) whose R - G or B - G is off by more than `threshold`.
+double falseColour(cv::Mat const& ref, cv::Mat const& test, int threshold) {
+    long bad = 0, n = 0;
+    for (int y = 4; y < ref.rows - 4; ++y)
+        for (int x = 4; x < ref.cols - 4; ++x, ++n) {
+            cv::Vec3b const a = ref.at<cv::Vec3b>(y, x), b = test.at<cv::Vec3b>(y, x);
+            int const g = int(b[1]) - a[1];
+            bad += std::abs(int(b[0]) - a[0] - g) > threshold ||
+                   std::abs(int(b[2]) - a[2] - g) > threshold;
+        }
+    return double(bad) / double(n);
 }
 
 cv::Mat syntheticSlantedEdges(int n) {
@@ -235,6 +260,37 @@ void quality(std::vector<Image> const& images, bool deep) {
     }
 }
 
+void artefacts() {
+    BayerEngine engine(0);
+    std::printf("\nFalse colour on grey scenes: %% of pixels with R - G or B - G off by more than "
+                "8 / 16 code values, average of the four patterns\n%-14s",
+                "scene");
+    for (Method const& m : METHODS)
+        std::printf(" %15s", m.name);
+    std::printf("\n");
+    for (Image const& img :
+         {Image{"1-px lines", syntheticLines(128)}, Image{"zone plate", syntheticZonePlate(256)}}) {
+        std::printf("%-14s", img.name.c_str());
+        for (Method const& m : METHODS) {
+            double share[2] = {0, 0};
+            for (int p = 0; p < 4; ++p) {
+                cv::Mat const bayer = mosaic(img.rgb, p, false);
+                cv::Mat out;
+                if (m.mode >= 0)
+                    ours(engine, bayer, out, p, m.mode);
+                else
+                    cvDemosaic(bayer, out, p, m.cvKind);
+                share[0] += falseColour(img.rgb, out, 8) / 4;
+                share[1] += falseColour(img.rgb, out, 16) / 4;
+            }
+            char cell[32];
+            std::snprintf(cell, sizeof cell, "%.1f / %.1f", 100 * share[0], 100 * share[1]);
+            std::printf(" %15s", cell);
+        }
+        std::printf("\n");
+    }
+}
+
 double processSeconds() {
     timespec t;
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
@@ -263,22 +319,23 @@ void timeRound(std::vector<std::function<void()>> const& calls, int reps, std::v
 }
 
 void speed(cv::Mat const& texture, int reps) {
-    int const w = 4096, h = 3000;
-    cv::Mat big(h, w, CV_8UC3);
-    for (int y = 0; y < h; y += texture.rows)
-        for (int x = 0; x < w; x += texture.cols) {
-            cv::Rect r(x, y, std::min(texture.cols, w - x), std::min(texture.rows, h - y));
-            texture(cv::Rect(0, 0, r.width, r.height)).copyTo(big(r));
-        }
     int const cores = BrxDemosaic::BayerThreadPool::coreCount();
-    double const mpix = double(w) * h / 1e6;
-    std::printf(
-        "\nSpeed at %d x %d in MPix/s (best of %d), pattern RG but where told; ratio to OpenCV's "
-        "bilinear cvtColor in brackets.\n'1 thread cpu' divides by the processor time "
-        "spent, which other processes on the machine do not inflate.\n",
-        w, h, reps);
-    std::printf("%-16s %-8s %18s %18s %18s\n", "method", "depth", "1 thread", "1 thread cpu",
-                (std::to_string(cores) + " threads").c_str());
+    struct Size {
+        int w, h;
+    };
+    Size const sizes[2] = {{1280, 800}, {4096, 3000}};
+    std::printf("\nSpeed in MPix/s (best of %d), pattern RG but where told; ratio to OpenCV's "
+                "bilinear cvtColor of the same size, depth and threads in brackets.\n",
+                reps);
+    std::printf("%-16s %-8s", "method", "depth");
+    for (Size const& z : sizes)
+        for (int threads : {1, cores}) {
+            char head[40];
+            std::snprintf(head, sizeof head, "%.0f MP %d thread%s", z.w * z.h / 1e6, threads,
+                          threads > 1 ? "s" : "");
+            std::printf(" %18s", head);
+        }
+    std::printf("\n");
     // The rows: every method on the RG pattern, and the gradient method once more on GR, where it
     // adds the shader's edge-directed green.
     struct Row {
@@ -290,47 +347,58 @@ void speed(cv::Mat const& texture, int reps) {
     for (Method const& m : METHODS)
         rows.push_back({m.name, m, 1});
     rows.insert(rows.begin() + 2, Row{"mode0 (GR)", METHODS[1], 0});
-    size_t const cvRow = 4;
+    size_t cvRow = 0;
+    while (rows[cvRow].method.mode >= 0)
+        ++cvRow;
     for (int deep = 0; deep < 2; ++deep) {
-        cv::Mat const mosaics[2] = {mosaic(big, 0, deep != 0), mosaic(big, 1, deep != 0)};
         std::vector<size_t> used;
         for (size_t k = 0; k < rows.size(); ++k)
             if (!(deep && rows[k].method.mode < 0 && rows[k].method.cvKind == 2))
                 used.push_back(k);
-        std::vector<std::vector<double>> rate(3, std::vector<double>(rows.size(), 0));
-        for (int t = 0; t < 2; ++t) {
-            int const threads = t == 0 ? 1 : cores;
-            BayerEngine engine(threads);
-            std::vector<cv::Mat> outs(rows.size());
-            std::vector<std::function<void()>> calls;
-            for (size_t k : used) {
-                Row const& r = rows[k];
-                cv::Mat* out = &outs[k];
-                cv::Mat const* in = &mosaics[r.pattern];
-                if (r.method.mode >= 0)
-                    calls.push_back(
-                        [&, out, in, r] { ours(engine, *in, *out, r.pattern, r.method.mode); });
-                else
-                    calls.push_back([out, in, r, threads] {
-                        cv::setNumThreads(threads);
-                        cv::cvtColor(*in, *out, cvCode(r.pattern, r.method.cvKind));
-                    });
-            }
-            std::vector<double> wall, cpu;
-            timeRound(calls, reps, wall, cpu);
-            for (size_t i = 0; i < used.size(); ++i) {
-                rate[t][used[i]] = mpix / wall[i];
-                if (t == 0)
-                    rate[2][used[i]] = mpix / cpu[i];
+        // rate[size * 2 + threads index][row]
+        std::vector<std::vector<double>> rate(4, std::vector<double>(rows.size(), 0));
+        for (int z = 0; z < 2; ++z) {
+            int const w = sizes[z].w, h = sizes[z].h;
+            cv::Mat big(h, w, CV_8UC3);
+            for (int y = 0; y < h; y += texture.rows)
+                for (int x = 0; x < w; x += texture.cols) {
+                    cv::Rect r(x, y, std::min(texture.cols, w - x), std::min(texture.rows, h - y));
+                    texture(cv::Rect(0, 0, r.width, r.height)).copyTo(big(r));
+                }
+            cv::Mat const mosaics[2] = {mosaic(big, 0, deep != 0), mosaic(big, 1, deep != 0)};
+            for (int t = 0; t < 2; ++t) {
+                int const threads = t == 0 ? 1 : cores;
+                BayerEngine engine(threads);
+                std::vector<cv::Mat> outs(rows.size());
+                std::vector<std::function<void()>> calls;
+                for (size_t k : used) {
+                    Row const& r = rows[k];
+                    cv::Mat* out = &outs[k];
+                    cv::Mat const* in = &mosaics[r.pattern];
+                    if (r.method.mode >= 0)
+                        calls.push_back(
+                            [&, out, in, r] { ours(engine, *in, *out, r.pattern, r.method.mode); });
+                    else
+                        calls.push_back([out, in, r, threads] {
+                            cv::setNumThreads(threads);
+                            cv::cvtColor(*in, *out, cvCode(r.pattern, r.method.cvKind));
+                        });
+                }
+                std::vector<double> wall, cpu;
+                timeRound(calls, reps, wall, cpu);
+                for (size_t i = 0; i < used.size(); ++i)
+                    rate[z * 2 + t][used[i]] = double(w) * h / 1e6 / wall[i];
             }
         }
         for (size_t k : used) {
-            char cell[3][32];
-            for (int t = 0; t < 3; ++t)
-                std::snprintf(cell[t], sizeof cell[t], "%.0f (%.2fx)", rate[t][k],
-                              rate[t][k] / rate[t][cvRow]);
-            std::printf("%-16s %-8s %18s %18s %18s\n", rows[k].name.c_str(),
-                        deep ? "16-bit" : "8-bit", cell[0], cell[2], cell[1]);
+            std::printf("%-16s %-8s", rows[k].name.c_str(), deep ? "16-bit" : "8-bit");
+            for (int c = 0; c < 4; ++c) {
+                char cell[32];
+                std::snprintf(cell, sizeof cell, "%.0f (%.2fx)", rate[c][k],
+                              rate[c][k] / rate[c][cvRow]);
+                std::printf(" %18s", cell);
+            }
+            std::printf("\n");
         }
     }
     cv::setNumThreads(-1);
@@ -393,6 +461,7 @@ int main(int argc, char** argv) {
         if (!images.empty())
             quality(images, false);
         quality(synthetic, false);
+        artefacts();
         if (deepQuality && !images.empty())
             quality(images, true);
     }
