@@ -48,3 +48,51 @@ TEST(McMasterQuality, DeepSamplesGiveTheQualityOfEightBits) {
         }
     }
 }
+
+namespace {
+// A grey picture of `level(x, y)` on 0..1.
+template <typename F> Picture greyPicture(int n, F level) {
+    Picture p{n, n, 8, {}};
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x) {
+            uint16_t const v = uint16_t(std::lround(level(x, y) * 255));
+            p.rgb.insert(p.rgb.end(), {v, v, v});
+        }
+    return p;
+}
+
+// Share of pixels whose R - G or B - G is off by more than 8 code values, over the patterns.
+double falseColour(Picture const& p, int mode) {
+    long bad = 0, n = 0;
+    for (int pattern = 0; pattern < 4; ++pattern) {
+        Image in(p, pattern), out(rgbType(8), p.width, p.height);
+        EXPECT_EQ(Bayer(mode).run(in, out), 0);
+        for (int y = 4; y < p.height - 4; ++y)
+            for (int x = 4; x < p.width - 4; ++x, ++n) {
+                int const g = int(out.sample(x, y, 1)) - p.at(x, y, 1);
+                bad += std::abs(int(out.sample(x, y, 0)) - p.at(x, y, 0) - g) > 8 ||
+                       std::abs(int(out.sample(x, y, 2)) - p.at(x, y, 2) - g) > 8;
+            }
+    }
+    return double(bad) / double(n);
+}
+} // namespace
+
+// One-pixel lines along rows or columns, alone or two pixels apart, leave no false colour in
+// the quality mode, as in mode 2; on a zone plate it shows less than mode 2.
+TEST(McMasterQuality, QualityModeAddsNoFalseColourOnLinesAndLessOnAZonePlate) {
+    int const n = 64;
+    for (int kind = 0; kind < 3; ++kind) {
+        Picture const lines = greyPicture(n, [kind](int x, int y) {
+            bool const on = kind == 0 ? x == n / 3 : kind == 1 ? y == n / 2 : x == 30 || x == 32;
+            return on ? 0.85 : 0.2;
+        });
+        EXPECT_EQ(falseColour(lines, 3), 0.0) << "lines " << kind;
+        EXPECT_EQ(falseColour(lines, 2), 0.0) << "lines " << kind;
+    }
+    Picture const zone = greyPicture(256, [](int x, int y) {
+        double const dx = x - 128.0, dy = y - 128.0;
+        return 0.5 + 0.45 * std::cos(M_PI * (dx * dx + dy * dy) / 512.0);
+    });
+    EXPECT_LT(falseColour(zone, 3), falseColour(zone, 2));
+}
