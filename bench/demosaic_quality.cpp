@@ -394,7 +394,7 @@ void speed(cv::Mat const& texture, int reps) {
             std::printf("%-16s %-8s", rows[k].name.c_str(), deep ? "16-bit" : "8-bit");
             for (int c = 0; c < 4; ++c) {
                 char cell[32];
-                std::snprintf(cell, sizeof cell, "%.0f (%.2fx)", rate[c][k],
+                std::snprintf(cell, sizeof cell, "%.0f (%.2gx)", rate[c][k],
                               rate[c][k] / rate[c][cvRow]);
                 std::printf(" %18s", cell);
             }
