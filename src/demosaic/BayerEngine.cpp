@@ -14,7 +14,7 @@ constexpr int64_t SMALL_FRAME = 1 << 15;
 // Shortest strip: its top and bottom margins are 10 rows each.
 constexpr int RCD_MIN_ROWS = 64;
 // Tiles of the quality method: each carries 22 pixels of context on every side, so larger tiles
-// waste less on it; these keep a tile's two dozen float planes about the size of a core's L2.
+// waste less on it; at this size they keep a worker's scratch memory near 6 MB.
 constexpr int QUALITY_TILE_COLS = 256;
 constexpr int QUALITY_TILE_ROWS = 128;
 // Sides beyond this would overflow the kernels' int arithmetic on positions.
@@ -54,12 +54,31 @@ bool BayerEngine::valid(BayerFrame const& f) {
     return true;
 }
 
+bool BayerEngine::runTiles(BayerFrame const& f, int tileCols, int tileRows,
+                           size_t (*bytes)(int, int),
+                           bool (*tile)(BayerFrame const&, int, int, int, int, BayerScratch&)) {
+    int const across = (f.width + tileCols - 1) / tileCols;
+    int const down = (f.height + tileRows - 1) / tileRows;
+    for (auto& s : scratch)
+        if (!s->get(bytes(tileCols, tileRows)))
+            return false;
+    std::atomic<bool> ok{true};
+    pool.run(across * down, [&](int index, int worker) {
+        int const x0 = (index % across) * tileCols;
+        int const y0 = (index / across) * tileRows;
+        int const cols = f.width - x0 < tileCols ? f.width - x0 : tileCols;
+        int const rows = f.height - y0 < tileRows ? f.height - y0 : tileRows;
+        if (!tile(f, x0, y0, cols, rows, *scratch[worker]))
+            ok = false;
+    });
+    return ok;
+}
+
 bool BayerEngine::run(BayerFrame const& frame, int algorithm) {
     if (!valid(frame))
         return false;
     BayerFrame f = frame;
     f.stream = static_cast<int64_t>(f.width) * f.height * 3 * f.bytes >= streamBytes;
-    std::atomic<bool> ok{true};
     // Waking the workers costs more than a small frame takes on one core.
     bool const small = static_cast<int64_t>(f.width) * f.height < SMALL_FRAME;
     int const workers = small ? 1 : pool.size();
@@ -72,41 +91,17 @@ bool BayerEngine::run(BayerFrame const& frame, int algorithm) {
         int tileRows = ((f.height + down - 1) / down + 1) & ~1;
         if (tileRows < RCD_MIN_ROWS)
             tileRows = RCD_MIN_ROWS;
-        down = (f.height + tileRows - 1) / tileRows;
-        for (auto& s : scratch)
-            if (!s->get(isa->rcdBytes(tileCols, tileRows)))
-                return false;
-        pool.run(across * down, [&](int index, int worker) {
-            int const x0 = (index % across) * tileCols;
-            int const y0 = (index / across) * tileRows;
-            int const cols = f.width - x0 < tileCols ? f.width - x0 : tileCols;
-            int const rows = f.height - y0 < tileRows ? f.height - y0 : tileRows;
-            if (!isa->rcd(f, x0, y0, cols, rows, *scratch[worker]))
-                ok = false;
-        });
-        return ok;
+        return runTiles(f, tileCols, tileRows, isa->rcdBytes, isa->rcd);
     }
     if (algorithm == ALG_QUALITY) {
         int const tileCols =
             f.width < QUALITY_TILE_COLS + QUALITY_TILE_COLS / 2 ? f.width : QUALITY_TILE_COLS;
         int const tileRows =
             f.height < QUALITY_TILE_ROWS + QUALITY_TILE_ROWS / 2 ? f.height : QUALITY_TILE_ROWS;
-        int const across = (f.width + tileCols - 1) / tileCols;
-        int const down = (f.height + tileRows - 1) / tileRows;
-        for (auto& s : scratch)
-            if (!s->get(isa->qualityBytes(tileCols, tileRows)))
-                return false;
-        pool.run(across * down, [&](int index, int worker) {
-            int const x0 = (index % across) * tileCols;
-            int const y0 = (index / across) * tileRows;
-            int const cols = f.width - x0 < tileCols ? f.width - x0 : tileCols;
-            int const rows = f.height - y0 < tileRows ? f.height - y0 : tileRows;
-            if (!isa->quality(f, x0, y0, cols, rows, *scratch[worker]))
-                ok = false;
-        });
-        return ok;
+        return runTiles(f, tileCols, tileRows, isa->qualityBytes, isa->quality);
     }
     auto kernel = algorithm == ALG_BILINEAR ? isa->bilinear : isa->gradient;
+    std::atomic<bool> ok{true};
     int const bands = workers == 1 ? 1 : (f.height < 32 * workers ? workers : 4 * workers);
     int const bandRows = (f.height + bands - 1) / bands;
     pool.run(bands, [&](int index, int worker) {

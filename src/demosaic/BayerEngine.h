@@ -37,6 +37,10 @@ public:
     char const* isaName() const { return isa->name; }
 
 private:
+    // Tiles of `tileCols` x `tileRows` (even, but at the frame's edges) over the workers.
+    bool runTiles(BayerFrame const& f, int tileCols, int tileRows, size_t (*bytes)(int, int),
+                  bool (*tile)(BayerFrame const&, int, int, int, int, BayerScratch&));
+
     BayerThreadPool pool;
     std::vector<std::unique_ptr<BayerScratch>> scratch;
     BayerIsa const* isa;
