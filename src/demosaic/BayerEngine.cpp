@@ -14,9 +14,9 @@ constexpr int64_t SMALL_FRAME = 1 << 15;
 // Shortest strip: its top and bottom margins are 10 rows each.
 constexpr int RCD_MIN_ROWS = 64;
 // Tiles of the quality method: each carries 22 pixels of context on every side, so larger tiles
-// waste less on it; at this size they keep a worker's scratch memory near 6 MB.
+// waste less on it; at this size they keep a worker's scratch memory near 8 MB.
 constexpr int QUALITY_TILE_COLS = 256;
-constexpr int QUALITY_TILE_ROWS = 128;
+constexpr int QUALITY_TILE_ROWS = 192;
 // Sides beyond this would overflow the kernels' int arithmetic on positions.
 constexpr int MAX_SIDE = 1 << 24;
 } // namespace
@@ -94,6 +94,16 @@ bool BayerEngine::run(BayerFrame const& frame, int algorithm) {
         return runTiles(f, tileCols, tileRows, isa->rcdBytes, isa->rcd);
     }
     if (algorithm == ALG_QUALITY) {
+        BayerFrame r = f;
+        r.dstStride = static_cast<ptrdiff_t>(f.width) * 3 * f.bytes;
+        second.resize(static_cast<size_t>(r.dstStride) * static_cast<size_t>(f.height));
+        r.dst = second.data();
+        r.bgr = false;
+        r.stream = false;
+        if (!run(r, ALG_RCD))
+            return false;
+        f.second = second.data();
+        f.secondStride = r.dstStride;
         int const tileCols =
             f.width < QUALITY_TILE_COLS + QUALITY_TILE_COLS / 2 ? f.width : QUALITY_TILE_COLS;
         int const tileRows =

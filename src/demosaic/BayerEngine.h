@@ -43,6 +43,8 @@ private:
 
     BayerThreadPool pool;
     std::vector<std::unique_ptr<BayerScratch>> scratch;
+    // The edge-directed picture that the quality method weighs its green against.
+    std::vector<uint8_t> second;
     BayerIsa const* isa;
     int64_t streamBytes = STREAM_BYTES;
 };

@@ -28,6 +28,10 @@ struct BayerFrame {
     // Write the output past the caches: for frames too large to stay in them, where it saves
     // the reads that ordinary stores make of every line they fill.
     bool stream = false;
+    // The quality method's second opinion on green: the edge-directed method's picture of the
+    // same frame (interleaved RGB of the frame's sample size, top row first), or null.
+    const uint8_t* second = nullptr;
+    ptrdiff_t secondStride = 0;
 
     // Where the red sample of the 2 x 2 cell lies.
     int redX() const { return 1 - (pattern & 1); }
