@@ -25,7 +25,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
@@ -291,31 +290,22 @@ void artefacts() {
     }
 }
 
-double processSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
-}
-
-// Seconds of one call, best of `reps` runs, by the wall clock and by the processor time of the
-// process. The methods of one table row take turns run by run, so that load from other
-// processes falls on all of them alike; the best run is the one least disturbed.
-void timeRound(std::vector<std::function<void()>> const& calls, int reps, std::vector<double>& wall,
-               std::vector<double>& cpu) {
-    wall.assign(calls.size(), 1e30);
-    cpu.assign(calls.size(), 1e30);
+// Seconds of one call, best of `reps` runs. The methods of one table row take turns run by
+// run, so that load from other processes falls on all of them alike; the best run is the one
+// least disturbed.
+std::vector<double> timeRound(std::vector<std::function<void()>> const& calls, int reps) {
+    std::vector<double> best(calls.size(), 1e30);
     for (auto const& call : calls)
         call(); // warm up: page faults, thread start, caches
     for (int r = 0; r < reps; ++r)
         for (size_t i = 0; i < calls.size(); ++i) {
-            double const c0 = processSeconds();
             auto const t0 = std::chrono::steady_clock::now();
             calls[i]();
             double const s =
                 std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-            wall[i] = std::min(wall[i], s);
-            cpu[i] = std::min(cpu[i], processSeconds() - c0);
+            best[i] = std::min(best[i], s);
         }
+    return best;
 }
 
 void speed(cv::Mat const& texture, int reps) {
@@ -384,8 +374,7 @@ void speed(cv::Mat const& texture, int reps) {
                             cv::cvtColor(*in, *out, cvCode(r.pattern, r.method.cvKind));
                         });
                 }
-                std::vector<double> wall, cpu;
-                timeRound(calls, reps, wall, cpu);
+                std::vector<double> const wall = timeRound(calls, reps);
                 for (size_t i = 0; i < used.size(); ++i)
                     rate[z * 2 + t][used[i]] = double(w) * h / 1e6 / wall[i];
             }

@@ -321,23 +321,16 @@ int QTDDisplay::RunCommandDisplayView(const char* command, Map* params) {
         }
         return screen->at(x, y) ? 1 : 0;
     }
-    if (name.same("cmd.display.view.status", true)) {
-        const bool on = properties.getAs<int>("display.view.status", "0", true) == 0;
-        properties.set("display.view.status", on ? "1" : "0", true);
+    const bool status = name.same("cmd.display.view.status", true);
+    if (status || name.same("cmd.display.view.info", true)) {
+        // Either line toggles: drawn when it comes on, its overlay object dropped when it goes.
+        const char* const key = status ? "display.view.status" : "display.view.info";
+        const bool on = properties.getAs<int>(key, "0", true) == 0;
+        properties.set(key, on ? "1" : "0", true);
         if (on) {
-            updateStatus();
+            status ? updateStatus() : drawInfo();
         } else {
-            DelOverlayObject("@status");
-        }
-        return 1;
-    }
-    if (name.same("cmd.display.view.info", true)) {
-        const bool on = properties.getAs<int>("display.view.info", "0", true) == 0;
-        properties.set("display.view.info", on ? "1" : "0", true);
-        if (on) {
-            drawInfo();
-        } else {
-            DelOverlayObject("@info");
+            DelOverlayObject(status ? "@status" : "@info");
         }
         return 1;
     }
