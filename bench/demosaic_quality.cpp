@@ -146,14 +146,28 @@ cv::Mat syntheticZonePlate(int n) {
     return m;
 }
 
-// Grey one-pixel lines on a dark ground: vertical, horizontal, diagonal, and two vertical ones
-// two pixels apart.
-cv::Mat syntheticLines(int n) {
+// Grey one-pixel lines on a dark ground, one scene per kind: along a column, along a row, along
+// the diagonal, a pair two pixels apart, and all of them crossing in one scene.
+enum class Lines { column, row, diagonal, pair, crossing };
+
+cv::Mat syntheticLines(int n, Lines kind) {
     cv::Mat m(n, n, CV_8UC3, cv::Scalar::all(51));
-    for (int i = 0; i < n; ++i)
-        for (cv::Point p : {cv::Point(n / 3, i), cv::Point(i, n / 2), cv::Point(i, i),
-                            cv::Point(2 * n / 3, i), cv::Point(2 * n / 3 + 2, i)})
+    bool const all = kind == Lines::crossing;
+    for (int i = 0; i < n; ++i) {
+        std::vector<cv::Point> on;
+        if (all || kind == Lines::column)
+            on.push_back(cv::Point(n / 3, i));
+        if (all || kind == Lines::row)
+            on.push_back(cv::Point(i, n / 2));
+        if (all || kind == Lines::diagonal)
+            on.push_back(cv::Point(i, i));
+        if (all || kind == Lines::pair) {
+            on.push_back(cv::Point(2 * n / 3, i));
+            on.push_back(cv::Point(2 * n / 3 + 2, i));
+        }
+        for (cv::Point p : on)
             m.at<cv::Vec3b>(p) = cv::Vec3b(217, 217, 217);
+    }
     return m;
 }
 
@@ -236,7 +250,7 @@ void quality(std::vector<Image> const& images, bool deep) {
                 perPattern[k][p] += q / double(images.size());
             }
         }
-        std::printf("%-14s", img.name.c_str());
+        std::printf("%-15s", img.name.c_str());
         for (int k = 0; k < METHOD_COUNT; ++k) {
             if (deep && METHODS[k].mode < 0 && METHODS[k].cvKind == 2)
                 continue;
@@ -262,14 +276,18 @@ void quality(std::vector<Image> const& images, bool deep) {
 void artefacts() {
     BayerEngine engine(0);
     std::printf("\nFalse colour on grey scenes: %% of pixels with R - G or B - G off by more than "
-                "8 / 16 code values, average of the four patterns\n%-14s",
+                "8 / 16 code values, average of the four patterns\n%-15s",
                 "scene");
     for (Method const& m : METHODS)
         std::printf(" %15s", m.name);
     std::printf("\n");
-    for (Image const& img :
-         {Image{"1-px lines", syntheticLines(128)}, Image{"zone plate", syntheticZonePlate(256)}}) {
-        std::printf("%-14s", img.name.c_str());
+    for (Image const& img : {Image{"column line", syntheticLines(128, Lines::column)},
+                             Image{"row line", syntheticLines(128, Lines::row)},
+                             Image{"diagonal line", syntheticLines(128, Lines::diagonal)},
+                             Image{"line pair", syntheticLines(128, Lines::pair)},
+                             Image{"crossing lines", syntheticLines(128, Lines::crossing)},
+                             Image{"zone plate", syntheticZonePlate(256)}}) {
+        std::printf("%-15s", img.name.c_str());
         for (Method const& m : METHODS) {
             double share[2] = {0, 0};
             for (int p = 0; p < 4; ++p) {
