@@ -23,6 +23,7 @@
 #include <QThread>
 #include <QWidget>
 
+#include <array>
 #include <cmath>
 
 using QTD::ATTR;
@@ -424,22 +425,21 @@ int QTDDisplay::runOverlayCommand(const ATTR& name, Map& params) {
         const int y = helper.getAs<int>("text.pos.y", "0");
         return idBack(SetOverlayText(text.c_str(), x, y, &params));
     }
-    if (name.same("cmd.display.overlay.rect.add", true)) {
+    // Rectangles and profile lines: the line style, then four coordinates.
+    auto lineShape = [&](std::array<const char*, 4> keys) {
         styled("line.width", "display.overlay.line.width", "1");
         styled("line.clr", "display.overlay.line.clr", "0");
-        const int x = helper.getAs<int>("rect.x", "0");
-        const int y = helper.getAs<int>("rect.y", "0");
-        const int w = helper.getAs<int>("rect.w", "0");
-        const int h = helper.getAs<int>("rect.h", "0");
+        std::array<int, 4> v{};
+        for (size_t i = 0; i < v.size(); ++i)
+            v[i] = helper.getAs<int>(keys[i], "0");
+        return v;
+    };
+    if (name.same("cmd.display.overlay.rect.add", true)) {
+        const auto [x, y, w, h] = lineShape({"rect.x", "rect.y", "rect.w", "rect.h"});
         return idBack(SetOverlayRect(x, y, w, h, &params));
     }
     if (name.same("cmd.display.overlay.profline.add", true)) {
-        styled("line.width", "display.overlay.line.width", "1");
-        styled("line.clr", "display.overlay.line.clr", "0");
-        const int x0 = helper.getAs<int>("x0", "0");
-        const int y0 = helper.getAs<int>("y0", "0");
-        const int x1 = helper.getAs<int>("x1", "0");
-        const int y1 = helper.getAs<int>("y1", "0");
+        const auto [x0, y0, x1, y1] = lineShape({"x0", "y0", "x1", "y1"});
         return idBack(SetOverlayProfileLine(x0, y0, x1, y1, &params));
     }
     if (name.same("cmd.display.overlay.add", true)) {

@@ -153,6 +153,8 @@ private:
     // Walks `inputs` under `inputMutex` until one processor handles the event; a handled event
     // asks for a frame.
     template <typename Call> void dispatch(Call call);
+    // A press, release or double click at the event's position, left button or not.
+    void dispatchButton(QMouseEvent* e, bool (QTDInput::*handler)(int, int, bool, int));
     // Converts the overlays kept in other coordinate systems to window pixels again.
     void refreshOverlays();
     // A rectangle from `cs` to window pixels, the position's rounding moved into the size;

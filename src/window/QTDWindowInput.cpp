@@ -316,22 +316,22 @@ void QTDWindow::keyPressEvent(QKeyEvent* e) {
     dispatch([key](QTDInput* input) { return input->keyDown(key); });
 }
 
-void QTDWindow::mousePressEvent(QMouseEvent* e) {
+void QTDWindow::dispatchButton(QMouseEvent* e, bool (QTDInput::*handler)(int, int, bool, int)) {
     QPoint p = e->localPos().toPoint();
     bool left = e->button() == Qt::LeftButton;
-    dispatch([&](QTDInput* input) { return input->mouseDown(p.x(), p.y(), left, 0); });
+    dispatch([&](QTDInput* input) { return (input->*handler)(p.x(), p.y(), left, 0); });
+}
+
+void QTDWindow::mousePressEvent(QMouseEvent* e) {
+    dispatchButton(e, &QTDInput::mouseDown);
 }
 
 void QTDWindow::mouseReleaseEvent(QMouseEvent* e) {
-    QPoint p = e->localPos().toPoint();
-    bool left = e->button() == Qt::LeftButton;
-    dispatch([&](QTDInput* input) { return input->mouseUp(p.x(), p.y(), left, 0); });
+    dispatchButton(e, &QTDInput::mouseUp);
 }
 
 void QTDWindow::mouseDoubleClickEvent(QMouseEvent* e) {
-    QPoint p = e->localPos().toPoint();
-    bool left = e->button() == Qt::LeftButton;
-    dispatch([&](QTDInput* input) { return input->mouseDblClick(p.x(), p.y(), left, 0); });
+    dispatchButton(e, &QTDInput::mouseDblClick);
 }
 
 void QTDWindow::mouseMoveEvent(QMouseEvent* e) {
